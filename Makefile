@@ -1,0 +1,54 @@
+# Forwards to CMake and the scripts; everything it does can be done with the presets alone.
+#
+#   make demo [INPUT=volume.rek]   sets everything up, builds, runs the demonstration job
+#   make test                      sets everything up, builds, runs all tests
+#   make bench [FILTER=regex]      measures
+#   make asan, make tsan           all tests under the sanitizers
+#   make format, make tidy         formatting, static analysis
+
+SHELL := /bin/bash
+CMAKE_GENERATOR ?= $(if $(shell command -v ninja),Ninja,Unix Makefiles)
+CMAKE_BUILD_PARALLEL_LEVEL ?= $(shell nproc)
+CTEST_PARALLEL_LEVEL ?= $(shell nproc)
+export CMAKE_GENERATOR CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
+
+SOURCES = git ls-files -z -- '*.hpp' '*.cpp'
+
+.PHONY: demo test bench asan tsan format tidy release packages packages-tsan
+
+demo: release
+	scripts/demo $(INPUT)
+
+test: release
+	ctest --preset release
+
+bench: packages
+	cmake --preset bench
+	cmake --build --preset bench
+	scripts/bench $(FILTER)
+
+asan: packages
+	cmake --preset asan
+	cmake --build --preset asan
+	ctest --preset asan
+
+tsan: packages-tsan
+	cmake --preset tsan
+	cmake --build --preset tsan
+	ctest --preset tsan
+
+format:
+	$(SOURCES) | xargs -0 --no-run-if-empty clang-format -i
+
+tidy: release
+	scripts/tidy
+
+release: packages
+	cmake --preset release
+	cmake --build --preset release
+
+packages:
+	@scripts/install-dependencies
+
+packages-tsan:
+	@scripts/install-dependencies --tsan

@@ -1,0 +1,129 @@
+#pragma once
+
+#include <Tavi/CompositeLeaf.hpp>
+#include <Tavi/Dimension.hpp>
+#include <Tavi/Exceptions.hpp>
+#include <Tavi/RegionOfInterest.hpp>
+
+#include <cstddef>
+#include <functional>
+#include <limits>
+#include <list>
+#include <new>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+
+namespace NORV::Tavi::Allocator {
+
+/// The voxels of a volume, how they are given back, and which part of the volume they hold.
+template <class T>
+class Block {
+public:
+  Block() = default;
+  Block(T* data, std::function<void(T*)> release, std::list<RegionOfInterest> regions)
+      : _data(data),
+        _release(std::move(release)),
+        _regions(std::move(regions)) {}
+  Block(const Block&) = delete;
+  Block(Block&& other) noexcept { swap(other); }
+  Block& operator=(Block&& other) noexcept {
+    Block(std::move(other)).swap(*this);
+    return *this;
+  }
+  ~Block() {
+    if (_data != nullptr && _release) {
+      _release(_data);
+    }
+  }
+
+  T* getData() const { return _data; }
+  const std::list<RegionOfInterest>& getRegions() const { return _regions; }
+
+private:
+  void swap(Block& other) noexcept {
+    std::swap(_data, other._data);
+    _release.swap(other._release);
+    _regions.swap(other._regions);
+  }
+
+  T* _data = nullptr;
+  std::function<void(T*)> _release;
+  std::list<RegionOfInterest> _regions;
+};
+
+/// One contiguous block from the global allocator, not cleared. Large blocks are aligned for huge pages and advised to
+/// use them, as the first touch of a block in small pages costs several times what filling it does.
+class TAVI_EXPORT SingleBlockAllocator final : public Persistence::CompositeLeaf<SingleBlockAllocator> {
+public:
+  std::string getType() const override { return identifier(); }
+  static std::string identifier() { return "NORV::Tavi::Allocator::SingleBlockAllocator"; }
+
+  template <class T>
+  static Block<T> allocate(const Dimension<SizeType>& dimension) {
+    SizeType bytes = 0;
+    if (__builtin_mul_overflow(dimension.size(), sizeof(T), &bytes)) {
+      bytes = std::numeric_limits<SizeType>::max();
+    }
+    if (bytes == 0) {
+      return {};
+    }
+    // A rounded-up size must not wrap to a small one below the allocator.
+    if (bytes > static_cast<SizeType>(std::numeric_limits<std::ptrdiff_t>::max()) - hugePage) {
+      throw std::bad_alloc();
+    }
+    const std::align_val_t alignment{bytes >= largeBlock ? hugePage : cacheLine};
+    std::list<RegionOfInterest> regions{RegionOfInterest(dimension)};
+    std::function<void(T*)> release = [alignment](T* data) { ::operator delete(data, alignment); };
+    T* const data = static_cast<T*>(::operator new(bytes, alignment));
+#ifdef __linux__
+    if (bytes >= largeBlock) {
+      madvise(data, bytes, MADV_HUGEPAGE);  // advice only: refused advice costs speed, nothing else
+    }
+#endif
+    return {data, std::move(release), std::move(regions)};
+  }
+
+private:
+  static constexpr std::size_t cacheLine = 64;
+  static constexpr std::size_t hugePage = std::size_t{2} << 20;
+  static constexpr std::size_t largeBlock = 2 * hugePage;
+};
+
+/// Known by name only: no volume of this library is built with it.
+class TAVI_EXPORT MultiBlockAllocator final : public Persistence::CompositeLeaf<MultiBlockAllocator> {
+public:
+  std::string getType() const override { return identifier(); }
+  static std::string identifier() { return "NORV::Tavi::Allocator::MultiBlockAllocator"; }
+
+  template <class T>
+  static Block<T> allocate(const Dimension<SizeType>& dimension) {
+    return SingleBlockAllocator::allocate<T>(dimension);
+  }
+};
+
+/// Memory that belongs to another volume, whose allocator is `Alloc`.
+template <class Alloc>
+class TAVI_EXPORT ExternalBufferAllocator final : public Persistence::CompositeLeaf<ExternalBufferAllocator<Alloc>> {
+public:
+  std::string getType() const override { return identifier(); }
+  static std::string identifier() {
+    return "NORV::Tavi::Allocator::ExternalBufferAllocator< " + Alloc::identifier() + " >";
+  }
+
+  template <class T>
+  static Block<T> allocate(const Dimension<SizeType>&) {
+    throw Exceptions::NotSupported("NORV::Tavi::Allocator::ExternalBufferAllocator::reallocate");
+  }
+};
+
+template <class Alloc>
+inline constexpr bool isExternal = false;
+template <class Alloc>
+inline constexpr bool isExternal<ExternalBufferAllocator<Alloc>> = true;
+
+}  // namespace NORV::Tavi::Allocator

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <Tavi/ClassFactory.hpp>
+#include <Tavi/IComposite.hpp>
+#include <Tavi/PlainException.hpp>
+
+#include <string>
+
+namespace NORV::Tavi::Persistence {
+
+/// A node without keys; it also registers `Derived` in the class factory.
+template <class Derived>
+class TAVI_EXPORT CompositeLeaf : public IComposite, private Factory::StaticFactorySubscriber<Derived> {
+public:
+  void setValue(const std::string&, SmartPointer<IComposite>) override {
+    throw PlainException(
+        "NORV::Tavi::Persistence::CompositeLeaf::setValue( const std::string&, NORV::Tavi::SmartPointer< IComposite > "
+        "): A leaf has got no keys and no values!");
+  }
+  SmartPointer<IComposite> getValue(const std::string&) const override {
+    throw PlainException(
+        "NORV::Tavi::Persistence::CompositeLeaf::getValue( const std::string&): A leaf has got no keys and no values!");
+  }
+  std::string getKey(SizeType) const override {
+    throw PlainException(
+        "NORV::Tavi::Persistence::CompositeLeaf::getKey( NORV::Tavi::SizeType ): A leaf has got no keys and no "
+        "values!");
+  }
+  SizeType getNumberOfKeys() const override { return 0; }
+};
+
+}  // namespace NORV::Tavi::Persistence

@@ -1,0 +1,517 @@
+#pragma once
+
+#include <Tavi/Export.hpp>
+#include <Tavi/Types.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <mutex>
+#include <source_location>
+#include <stdexcept>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+/// The failures of the core and the operators.
+///
+/// A failure that also belongs to a standard class has two `std::exception` bases, so `catch (const std::exception&)`
+/// does not match it: catch `Exceptions::Exception` first, then `std::exception`.
+namespace NORV::Exceptions {
+
+/// The throwing function's name, with the place in the source that it was named at.
+struct Origin {
+  // Implicit: a literal at the throw expression becomes an origin there, with file and line of that very place.
+  Origin(const char* name, std::source_location place = std::source_location::current()) noexcept
+      : function(name),
+        where(place) {}
+
+  const char* function;
+  std::source_location where;
+};
+
+class Exception;
+
+/// Receives the report that each failure writes when it is made. A sink must outlive its registration.
+class TAVI_EXPORT IReportSink {
+public:
+  virtual ~IReportSink() = default;
+  virtual void print(const char* format, ...) __attribute__((format(printf, 2, 3))) = 0;
+};
+
+/// Which groups of fields a report shows; the error message always stands in it.
+enum ReportGroups : unsigned {
+  reportGui = 1,
+  reportOrigin = 2,
+  reportErrorCode = 4,
+  reportAdditionalInformation = 8,
+  reportAll = 15
+};
+
+namespace Impl {
+
+struct Reporting {
+  std::recursive_mutex critical;
+  std::vector<IReportSink*> sinks;
+  int64 livingExceptions = 0;
+  std::string summary;
+  void (*terminationHook)(const char*) = nullptr;
+};
+
+/// One per process. Never destroyed: failures may outlive every other static object.
+TAVI_EXPORT inline Reporting& processWideReporting() {
+  static Reporting* const reporting = new Reporting;
+  return *reporting;
+}
+
+template <class... Args>
+std::string render(const char* format, Args... args) {
+  if constexpr (sizeof...(args) == 0) {
+    return format;
+  } else {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"  // every format comes from a throw expression of this code
+    const int length = std::snprintf(nullptr, 0, format, args...);
+    std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
+    std::snprintf(text.data(), text.size() + 1, format, args...);
+#pragma GCC diagnostic pop
+    return text;
+  }
+}
+
+}  // namespace Impl
+
+/// Base of the family. Copies share no state; making, copying and destroying are safe from any thread.
+class TAVI_EXPORT Exception : public std::exception {
+public:
+  Exception(const Exception& other)
+      : std::exception(other),
+        _errorCode(other._errorCode),
+        _line(other._line),
+        _damaged(other._damaged) {
+    guarded([&] {
+      _errorMessage = other._errorMessage;
+      _guiMessage = other._guiMessage;
+      _origin = other._origin;
+      _file = other._file;
+      _additionalInformation = other._additionalInformation;
+    });
+    countLiving(+1);
+  }
+  Exception& operator=(const Exception&) = delete;
+  ~Exception() override { countLiving(-1); }
+
+  /// The short text for a user.
+  const char* what() const noexcept override { return _guiMessage.c_str(); }
+  virtual const char* getClassName() const noexcept = 0;
+  /// A copy on the heap, of the most derived class.
+  virtual Exception* clone() const = 0;
+  /// Throws a copy of the most derived class.
+  [[noreturn]] virtual void rethrow() const = 0;
+  virtual int64 getErrorCode() const noexcept { return _errorCode; }
+  virtual const char* getGuiMessage() const noexcept { return _guiMessage.c_str(); }
+  /// The text for the log.
+  virtual const char* getErrorMessage() const noexcept { return _errorMessage.c_str(); }
+  virtual const char* getOrigin() const noexcept { return _origin.c_str(); }
+  virtual const char* getFile() const noexcept { return _file.c_str(); }
+  virtual int getLine() const noexcept { return _line; }
+  /// Whether memory ran out while the texts were stored; they are incomplete then.
+  virtual bool isDamaged() const noexcept { return _damaged; }
+  virtual const std::vector<std::string>& getAdditionalInformation() const noexcept { return _additionalInformation; }
+  virtual std::size_t getNumberOfAdditionalInformation() const noexcept { return _additionalInformation.size(); }
+  virtual void addAdditionalInformation(const char* text) noexcept {
+    if (text != nullptr) {
+      guarded([&] { _additionalInformation.emplace_back(text); });
+    }
+  }
+
+protected:
+  Exception(const Origin& origin, const char* guiMessage, const std::string& errorMessage) noexcept
+      : _line(static_cast<int>(origin.where.line())) {
+    guarded([&] {
+      _errorMessage = errorMessage;
+      _guiMessage = guiMessage;
+      _origin = origin.function;
+      _file = origin.where.file_name();
+    });
+    countLiving(+1);
+  }
+
+  /// Writes to every sink and renews the summary. The last act of each most derived constructor.
+  void report(unsigned groups = reportGui | reportOrigin) const noexcept {
+    try {
+      auto& reporting = Impl::processWideReporting();
+      const std::lock_guard lock(reporting.critical);
+      reporting.summary = summary();
+      for (IReportSink* sink : std::vector<IReportSink*>(reporting.sinks)) {
+        writeTo(*sink, groups);
+      }
+    } catch (...) {
+      // A report is a courtesy: the failure itself must reach its catcher.
+    }
+  }
+
+private:
+  template <class StringOperations>
+  void guarded(StringOperations operations) noexcept {
+    try {
+      operations();
+    } catch (...) {
+      _damaged = true;
+    }
+  }
+
+  static void countLiving(int change) noexcept {
+    auto& reporting = Impl::processWideReporting();
+    const std::lock_guard lock(reporting.critical);
+    reporting.livingExceptions += change;
+  }
+
+  std::string summary() const {
+    return std::string("The program caused an uncaught exception:\n\n") + "Exception class name:\t" + getClassName() +
+           "\nError message:\t\t" + _errorMessage + "Error code:\t\t" + std::to_string(_errorCode) +
+           "Throwing function:\t\t" + _origin + "File:\t\t\t" + _file + "\nLine number:\t\t" + std::to_string(_line);
+  }
+
+  void writeTo(IReportSink& sink, unsigned groups) const {
+    const std::string ruler(71, '=');
+    const auto field = [&sink](const char* format, const std::string& value) {
+      if (!value.empty()) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"  // one of the literals below
+        sink.print(format, value.c_str());
+#pragma GCC diagnostic pop
+      }
+    };
+    sink.print("%s\n", ruler.c_str());
+    sink.print("%s was thrown!\n", getClassName());
+    sink.print("%s\n", std::string(71, '-').c_str());
+    field("Error message:   %s\n", _errorMessage);
+    if (groups & reportGui) {
+      field("GUI message:     %s\n", _guiMessage);
+    }
+    if (groups & reportOrigin) {
+      field("Origin:          %s\n", _origin);
+      field("File:            %s\n", _file);
+      if (_line != 0) {
+        sink.print("Line:            %d\n", _line);
+      }
+    }
+    if ((groups & reportErrorCode) && _errorCode != 0) {
+      sink.print("Error code:      %d\n", static_cast<int>(_errorCode));
+    }
+    if (groups & reportAdditionalInformation) {
+      const char* format = "Additional Info: %s\n";
+      for (const std::string& information : _additionalInformation) {
+        field(format, information);
+        format = "                 %s\n";
+      }
+    }
+    if (_damaged) {
+      sink.print("WARNING:        EXCEPTION INSTANCE IS DAMAGED BY INSUFFICIENT MEMORY!\n");
+    }
+    sink.print("%s\n", ruler.c_str());
+  }
+
+  std::string _errorMessage;
+  std::string _guiMessage;
+  std::string _origin;
+  std::string _file;
+  int64 _errorCode = 0;
+  std::vector<std::string> _additionalInformation;
+  int _line = 0;
+  bool _damaged = false;
+};
+
+inline void addReportSink(IReportSink& sink) {
+  auto& reporting = Impl::processWideReporting();
+  const std::lock_guard lock(reporting.critical);
+  reporting.sinks.push_back(&sink);
+}
+
+inline void removeReportSink(IReportSink& sink) noexcept {
+  auto& reporting = Impl::processWideReporting();
+  const std::lock_guard lock(reporting.critical);
+  std::erase(reporting.sinks, &sink);
+}
+
+inline int64 getNumberOfLivingExceptions() {
+  auto& reporting = Impl::processWideReporting();
+  const std::lock_guard lock(reporting.critical);
+  return reporting.livingExceptions;
+}
+
+/// What is known of the failure made last, in the words of an uncaught one.
+inline std::string getSummary() {
+  auto& reporting = Impl::processWideReporting();
+  const std::lock_guard lock(reporting.critical);
+  return reporting.summary;
+}
+
+/// Called with the summary before the process ends through `terminationHandler`; null: nothing is called.
+inline void setTerminationHook(void (*hook)(const char*)) {
+  auto& reporting = Impl::processWideReporting();
+  const std::lock_guard lock(reporting.critical);
+  reporting.terminationHook = hook;
+}
+
+/// For `std::set_terminate`: tells the sinks and the hook what was not caught, then ends with status 1.
+[[noreturn]] inline void terminationHandler() noexcept {
+  auto& reporting = Impl::processWideReporting();
+  {
+    const std::lock_guard lock(reporting.critical);
+    const char* text =
+        reporting.livingExceptions > 0
+            ? reporting.summary.c_str()
+            : "The program caused an uncaught exception of an unknown type!\nThe program was terminated.";
+    for (IReportSink* sink : reporting.sinks) {
+      sink->print("%s", text);
+    }
+    if (reporting.terminationHook != nullptr) {
+      reporting.terminationHook(text);
+    }
+  }
+  std::_Exit(1);
+}
+
+namespace Impl {
+
+/// What each class of the family adds to its bases, once. It reports as the class that `Derived` names, since a virtual
+/// call from its constructor already finds the name here.
+template <class Derived, class... Bases>
+class TAVI_EXPORT Member : public virtual Exception, public virtual Bases... {
+public:
+  const char* what() const noexcept override { return getGuiMessage(); }
+  const char* getClassName() const noexcept override { return Derived::name; }
+  Exception* clone() const override { return new Derived(static_cast<const Derived&>(*this)); }
+  [[noreturn]] void rethrow() const override { throw Derived(static_cast<const Derived&>(*this)); }
+  ~Member() override = 0;  // abstract: only the most derived class constructs the virtual bases
+};
+template <class Derived, class... Bases>
+Member<Derived, Bases...>::~Member() = default;
+
+}  // namespace Impl
+
+class TAVI_EXPORT InvalidArg final : public Impl::Member<InvalidArg, std::invalid_argument> {
+public:
+  static constexpr const char* name = "InvalidArg";
+  static constexpr const char* text = "Invalid argument!";
+  InvalidArg(const Origin& origin) : Exception(origin, text, text), std::invalid_argument("") { report(); }
+  template <class... Args>
+  InvalidArg(const Origin& origin, const char* format, Args... args)
+      : Exception(origin, text, Impl::render(format, args...)),
+        std::invalid_argument("") {
+    report();
+  }
+};
+
+class TAVI_EXPORT InvalidState final : public Impl::Member<InvalidState, std::runtime_error> {
+public:
+  static constexpr const char* name = "InvalidState";
+  static constexpr const char* text = "An invalid state occured!";
+  InvalidState(const Origin& origin) : Exception(origin, text, ""), std::runtime_error("") { report(); }
+  template <class... Args>
+  InvalidState(const Origin& origin, const char* format, Args... args)
+      : Exception(origin, text, Impl::render(format, args...)),
+        std::runtime_error("") {
+    report();
+  }
+};
+
+class TAVI_EXPORT InvalidData final : public Impl::Member<InvalidData, std::runtime_error> {
+public:
+  static constexpr const char* name = "InvalidData";
+  static constexpr const char* text = "Invalid data!";
+  InvalidData(const Origin& origin)
+      : Exception(origin, text, "The data do not meet the conditions!"),
+        std::runtime_error("") {
+    report();
+  }
+  template <class... Args>
+  InvalidData(const Origin& origin, const char* format, Args... args)
+      : Exception(origin, text, Impl::render(format, args...)),
+        std::runtime_error("") {
+    report();
+  }
+};
+
+class TAVI_EXPORT OutOfRange final : public Impl::Member<OutOfRange, std::out_of_range> {
+public:
+  static constexpr const char* name = "OutOfRange";
+  static constexpr const char* text = "Out of range!";
+  OutOfRange(const Origin& origin)
+      : Exception(origin, text, "A value is out of the valid range!"),
+        std::out_of_range("") {
+    report();
+  }
+  template <class... Args>
+  OutOfRange(const Origin& origin, const char* format, Args... args)
+      : Exception(origin, text, Impl::render(format, args...)),
+        std::out_of_range("") {
+    report();
+  }
+};
+
+/// Not an OutOfRange.
+class TAVI_EXPORT IndexOutOfRange final : public Impl::Member<IndexOutOfRange, std::out_of_range> {
+public:
+  static constexpr const char* name = "IndexOutOfRange";
+  static constexpr const char* text = "Index out of range!";
+  IndexOutOfRange(const Origin& origin)
+      : Exception(origin, text, "The index is out of the valid range!"),
+        std::out_of_range("") {
+    report();
+  }
+  IndexOutOfRange(const Origin& origin, const std::string& message)
+      : Exception(origin, text, message),
+        std::out_of_range("") {
+    report();
+  }
+  /// `first` and `last` are the valid indices at both ends; an empty range ends at -1.
+  IndexOutOfRange(const Origin& origin, Tavi::SizeType index, Tavi::SizeType first, Tavi::SizeType last)
+      : Exception(origin, text,
+                  Impl::render("The index %d is out of the valid range (%d to %d)!", static_cast<int>(index),
+                               static_cast<int>(first), static_cast<int>(last))),
+        std::out_of_range("") {
+    const auto add = [this](const char* format, Tavi::SizeType value) {
+      char line[64];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"  // one of the three literals below
+      std::snprintf(line, sizeof line, format, static_cast<std::make_signed_t<std::size_t>>(value));
+#pragma GCC diagnostic pop
+      addAdditionalInformation(line);
+    };
+    add("Current index = %zd", index);
+    add("Min valid index = %zd", first);
+    add("Max valid index = %zd", last);
+    report();
+  }
+};
+
+class TAVI_EXPORT NULLPointer final : public Impl::Member<NULLPointer, std::invalid_argument> {
+public:
+  static constexpr const char* name = "NULLPointer";
+  static constexpr const char* text = "NULL pointer!";
+  NULLPointer(const Origin& origin) : Exception(origin, text, text), std::invalid_argument("") { report(); }
+  NULLPointer(const Origin& origin, const char* variable)
+      : Exception(origin, text, Impl::render("The pointer variable '%s' is a NULL pointer", variable)),
+        std::invalid_argument("") {
+    report();
+  }
+};
+
+class TAVI_EXPORT BadCast final : public Impl::Member<BadCast, std::bad_cast> {
+public:
+  static constexpr const char* name = "BadCast";
+  static constexpr const char* text = "Bad cast!";
+  BadCast(const Origin& origin) : Exception(origin, text, "A datatype couldn't be castet!") { report(); }
+  /// An empty name stands for a type that is not known; one of the two must be known.
+  BadCast(const Origin& origin, const std::string& from, const std::string& to)
+      : Exception(origin, text, message(from, to)) {
+    report();
+  }
+
+private:
+  static std::string message(const std::string& from, const std::string& to) {
+    if (from.empty()) {
+      return Impl::render("A data type couldn't be convertet to '%s'!", to.c_str());
+    }
+    if (to.empty()) {
+      return Impl::render("The data type '%s' couldn't be convertet to another data type!", from.c_str());
+    }
+    return Impl::render("The data type '%s' couldn't be convertet to '%s'!", from.c_str(), to.c_str());
+  }
+};
+
+class TAVI_EXPORT NumericalOverflow final : public Impl::Member<NumericalOverflow, std::overflow_error> {
+public:
+  static constexpr const char* name = "NumericalOverflow";
+  static constexpr const char* text = "Numercial overflow!";
+  NumericalOverflow(const Origin& origin) : Exception(origin, text, text), std::overflow_error("") { report(); }
+  template <class... Args>
+  NumericalOverflow(const Origin& origin, const char* format, Args... args)
+      : Exception(origin, text, Impl::render(format, args...)),
+        std::overflow_error("") {
+    report();
+  }
+};
+
+class TAVI_EXPORT NotSupported final : public Impl::Member<NotSupported> {
+public:
+  static constexpr const char* name = "NotSupported";
+  static constexpr const char* text = "Function is not supported!";
+  NotSupported(const Origin& origin) : Exception(origin, text, text) { report(); }
+  template <class... Args>
+  NotSupported(const Origin& origin, const char* format, Args... args)
+      : Exception(origin, text, Impl::render(format, args...)) {
+    report();
+  }
+};
+
+/// Any failure with a file.
+class TAVI_EXPORT File : public Impl::Member<File> {
+public:
+  static constexpr const char* name = "File";
+  File(const Origin& origin) : Exception(origin, "", "") { report(); }
+
+protected:
+  File() : Exception(Origin(""), "", "") {}  // as a base: the most derived class fills and reports the Exception
+};
+
+class TAVI_EXPORT FileOpen final : public Impl::Member<FileOpen, File> {
+public:
+  static constexpr const char* name = "FileOpen";
+  static constexpr const char* text = "Couldn't open file!";
+  FileOpen(const Origin& origin) : Exception(origin, text, text) { report(); }
+  FileOpen(const Origin& origin, const std::string& path)
+      : Exception(origin, text, Impl::render("Couldn't open file '%s'!", path.c_str())) {
+    report();
+  }
+};
+
+class TAVI_EXPORT FileCreate final : public Impl::Member<FileCreate, File> {
+public:
+  static constexpr const char* name = "FileCreate";
+  static constexpr const char* text = "Couldn't create file!";
+  FileCreate(const Origin& origin) : Exception(origin, text, text) { report(); }
+  FileCreate(const Origin& origin, const std::string& path)
+      : Exception(origin, text, Impl::render("Couldn't create file '%s'!", path.c_str())) {
+    report();
+  }
+};
+
+class TAVI_EXPORT FileRead final : public Impl::Member<FileRead, File> {
+public:
+  static constexpr const char* name = "FileRead";
+  static constexpr const char* text = "Couldn't read from file!";
+  FileRead(const Origin& origin) : Exception(origin, text, text) { report(); }
+  FileRead(const Origin& origin, const std::string& path)
+      : Exception(origin, text, Impl::render("Couldn't read from file '%s'!", path.c_str())) {
+    report();
+  }
+};
+
+class TAVI_EXPORT FileWrite final : public Impl::Member<FileWrite, File> {
+public:
+  static constexpr const char* name = "FileWrite";
+  static constexpr const char* text = "Couldn't write to file!";
+  FileWrite(const Origin& origin) : Exception(origin, text, text) { report(); }
+  FileWrite(const Origin& origin, const std::string& path)
+      : Exception(origin, text, Impl::render("Couldn't write to file '%s'!", path.c_str())) {
+    report();
+  }
+};
+
+class TAVI_EXPORT BadFile final : public Impl::Member<BadFile, File> {
+public:
+  static constexpr const char* name = "BadFile";
+  BadFile(const Origin& origin) : Exception(origin, "", "") { report(); }
+  template <class... Args>
+  BadFile(const Origin& origin, const char* format, Args... args)
+      : Exception(origin, "", Impl::render(format, args...)) {
+    report();
+  }
+};
+
+}  // namespace NORV::Exceptions

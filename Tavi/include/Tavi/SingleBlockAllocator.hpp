@@ -1,0 +1,3 @@
+#pragma once
+
+#include <Tavi/Allocators.hpp>

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <Tavi/CheckedCast.hpp>
+#include <Tavi/Types.hpp>
+
+#include <omp.h>
+
+#include <algorithm>
+
+namespace NORV::TaviOperators::Impl {
+
+/// "inputNumberOfThreads" as the runtime takes it: below 1 all threads that it offers. Throws `std::overflow_error`
+/// where 32 bits do not hold the count.
+template <class Count>
+int threadCount(Count asked) {
+  const int32 count = Tavi::checkedCast<int32>(asked);
+  return count < 1 ? omp_get_max_threads() : count;
+}
+
+/// How many threads a loop over `slices` uses at the most. A runtime that cannot start a thread ends the process, so an
+/// absurd count stays a number.
+inline int teamSize(int threads, Tavi::SizeType slices) {
+  const int bound = std::max(256, 4 * omp_get_num_procs());
+  const auto useful = static_cast<int>(std::min<Tavi::SizeType>(slices, static_cast<Tavi::SizeType>(bound)));
+  return std::max(1, std::min(threads, useful));
+}
+
+}  // namespace NORV::TaviOperators::Impl

@@ -1,0 +1,56 @@
+// Registers the classes of the core in the factory: a class does so in whatever library constructs it.
+
+#include <Impl/Instances.hpp>
+#include <Tavi/Allocators.hpp>
+#include <Tavi/Data.hpp>
+#include <Tavi/Dimension.hpp>
+#include <Tavi/List.hpp>
+#include <Tavi/Map.hpp>
+#include <Tavi/Orientation.hpp>
+#include <Tavi/Position.hpp>
+#include <Tavi/Progress.hpp>
+#include <Tavi/RegionOfInterest.hpp>
+#include <Tavi/Triple.hpp>
+#include <Tavi/Vector.hpp>
+#include <Tavi/Volume.hpp>
+
+#include <complex>
+
+namespace NORV::TaviOperators {
+namespace {
+
+using Numbers = Impl::TypeList<int8, int16, int32, int64, uint8, uint16, uint32, uint64, float32, float64>;
+
+// Never called: that it could be is what makes each class register itself.
+[[maybe_unused]] __attribute__((used)) void constructCoreClasses() {
+  using namespace Tavi;
+  using External = Allocator::ExternalBufferAllocator<Allocator::SingleBlockAllocator>;
+  Impl::forEachType(Numbers(), []<class T>() {
+    Persistence::Data<T>();
+    Persistence::Data<std::complex<T>>();
+    TripleComposite<T>();
+    PositionComposite<T>();
+    DimensionComposite<T>();
+  });
+  Persistence::Data<bool>();
+  Persistence::Data<std::string>();
+  Impl::forEachType(Impl::AllVoxelTypes(), []<class T>() {
+    Volume<T>();
+    Volume<T, External>();
+    Volume<T, Allocator::ExternalBufferAllocator<External>>();
+  });
+  Allocator::SingleBlockAllocator();
+  Allocator::MultiBlockAllocator();
+  External();
+  Orientation();
+  Progress();
+  RoiComposite();
+  Container::Vector<SmartPointer<IVolume>>();
+  Container::List<SmartPointer<IVolume>>();
+  Container::Vector<SmartPointer<RoiComposite>>();
+  Container::List<SmartPointer<RoiComposite>>();
+  Container::Map<std::string, std::string>();
+}
+
+}  // namespace
+}  // namespace NORV::TaviOperators

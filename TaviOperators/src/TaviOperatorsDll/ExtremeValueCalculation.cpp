@@ -1,0 +1,24 @@
+#include <DLL/ExtremeValueCalculation.hpp>
+#include <ExtremeValueCalculation.hpp>
+#include <Impl/Dispatch.hpp>
+#include <Impl/Instances.hpp>
+
+namespace NORV::TaviOperators::DLL {
+
+namespace Typed = TaviOperators::ExtremeValueCalculation;
+
+ExtremeValueCalculation::Operator::Operator() { Impl::constructEach<Typed::Operator, Impl::AllVoxelTypes>(); }
+ExtremeValueCalculation::Operator::Operator(const Operator&) = default;
+ExtremeValueCalculation::Operator::~Operator() = default;
+ExtremeValueCalculation::Operator& ExtremeValueCalculation::Operator::operator=(const Operator&) = default;
+
+SmartPointer<IOperator> ExtremeValueCalculation::Operator::getOperatorFromParameterObject(
+    SmartPointer<IComposite> composite) const {
+  const auto& names = Typed::names;
+  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
+  const SmartPointer<IVolume> input = parameter->inputVolume.value();
+  Impl::requireGiven(input, names.inFrame("inputVolume is NULL!"));
+  return Impl::createOperator(names, input);
+}
+
+}  // namespace NORV::TaviOperators::DLL

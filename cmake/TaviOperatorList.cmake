@@ -1,0 +1,81 @@
+# The source folder of the exported frames is the list of operators. From it come the library's sources and the one
+# generated list that the tool, the tests, the benchmarks and the check of the exported symbols share.
+
+set(operators_dir ${PROJECT_SOURCE_DIR}/TaviOperators)
+
+file(GLOB frame_sources CONFIGURE_DEPENDS ${operators_dir}/src/TaviOperatorsDll/*.cpp)
+file(GLOB other_sources CONFIGURE_DEPENDS ${operators_dir}/src/Core/*.cpp ${operators_dir}/src/NestedOperators/*.cpp)
+
+# <Op>.cpp is an operator; <Op>.<something>.cpp is a further translation unit of one.
+set(TAVI_OPERATORS "")
+foreach(source IN LISTS frame_sources)
+  cmake_path(GET source FILENAME name)
+  if(name MATCHES "^([A-Za-z0-9_]+)\\.cpp$")
+    list(APPEND TAVI_OPERATORS ${CMAKE_MATCH_1})
+  endif()
+endforeach()
+list(SORT TAVI_OPERATORS)
+
+set(TAVI_GENERATED_DIR ${PROJECT_BINARY_DIR}/generated)
+set(TAVI_OPERATOR_LIST ${TAVI_GENERATED_DIR}/TaviOperatorsList.txt)
+list(LENGTH TAVI_OPERATORS TAVI_OPERATOR_COUNT)
+set(TAVI_OPERATOR_LINES "")
+set(TAVI_OPERATOR_STRINGS "")
+set(TAVI_OPERATOR_INCLUDES "")
+set(TAVI_OPERATOR_ENTRIES "")
+foreach(operator IN LISTS TAVI_OPERATORS)
+  string(APPEND TAVI_OPERATOR_LINES "${operator}\n")
+  string(APPEND TAVI_OPERATOR_STRINGS "    \"${operator}\",\n")
+  string(APPEND TAVI_OPERATOR_INCLUDES "#include <DLL/${operator}.hpp>\n")
+  string(APPEND TAVI_OPERATOR_ENTRIES "    {\"${operator}\", &make<DLL::${operator}::Operator>},\n")
+endforeach()
+file(CONFIGURE OUTPUT ${TAVI_OPERATOR_LIST} CONTENT "@TAVI_OPERATOR_LINES@" @ONLY)
+configure_file(cmake/OperatorList.hpp.in ${TAVI_GENERATED_DIR}/include/OperatorList.hpp @ONLY)
+configure_file(cmake/OperatorTable.hpp.in ${TAVI_GENERATED_DIR}/include/OperatorTable.hpp @ONLY)
+configure_file(cmake/OperatorTable.cpp.in ${TAVI_GENERATED_DIR}/OperatorTable.cpp @ONLY)
+
+set(TAVI_LIBRARY_SOURCES ${frame_sources} ${other_sources})
+if(NOT TAVI_LIBRARY_SOURCES)
+  file(WRITE ${TAVI_GENERATED_DIR}/Empty.cpp "")
+  set(TAVI_LIBRARY_SOURCES ${TAVI_GENERATED_DIR}/Empty.cpp)
+endif()
+
+# tavi_add_operators_library(<target> ARCH <march>): the shared library of all operators.
+function(tavi_add_operators_library target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "ARCH" "")
+  add_library(${target} SHARED ${TAVI_LIBRARY_SOURCES})
+  tavi_target_settings(${target} ARCH "${arg_ARCH}")
+  set_target_properties(
+    ${target} PROPERTIES OUTPUT_NAME TaviOperators VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  target_include_directories(
+    ${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/TaviOperators/include>
+                     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/tavi-operators>)
+  target_link_libraries(${target} PUBLIC Tavi)
+  # Third-party libraries stay behind the exported frames, so users of the package need none of them.
+  target_link_libraries(${target} PRIVATE tavi_highway)
+  # Compilers leave many row loops scalar at -O2, which is what distributions ask for.
+  if(NOT TAVI_SANITIZE)
+    target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O3>)
+    target_link_options(${target} PRIVATE LINKER:--no-undefined)
+  endif()
+  # The factory keeps creation functions of this library until the process ends.
+  target_link_options(${target} PRIVATE LINKER:-z,nodelete)
+endfunction()
+
+# tavi_add_hwcaps_library(<level>): a variant that the loader of glibc prefers on a machine of that level.
+function(tavi_add_hwcaps_library level)
+  set(target TaviOperators-${level})
+  tavi_add_operators_library(${target} ARCH ${level})
+  set(dir glibc-hwcaps/${level})
+  set_target_properties(${target} PROPERTIES LIBRARY_OUTPUT_DIRECTORY
+                                             $<TARGET_FILE_DIR:TaviOperators>/${dir})
+  install(
+    TARGETS ${target}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/${dir} NAMELINK_SKIP COMPONENT Runtime)
+endfunction()
+
+# Creation of every exported frame by the operator's name.
+add_library(TaviOperatorTable STATIC EXCLUDE_FROM_ALL ${TAVI_GENERATED_DIR}/OperatorTable.cpp)
+tavi_target_settings(TaviOperatorTable ARCH "${TAVI_ARCH}")
+target_include_directories(TaviOperatorTable PUBLIC ${TAVI_GENERATED_DIR}/include)
+target_link_libraries(TaviOperatorTable PUBLIC TaviOperators)

@@ -1,0 +1,31 @@
+# GoogleTest programs and their CTest entries.
+#
+# CTest gets one entry per test suite rather than per case: a process for each of some thousand cases costs more than the
+# cases. The cases of a suite with "Failure" in their name make a second entry with the additional label `error`.
+# The suites are read from the program when ctest starts.
+find_package(GTest REQUIRED)
+find_package(Threads REQUIRED)
+
+# tavi_add_test_program(<target> LABEL <label> SOURCES <source>...)
+function(tavi_add_test_program target)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL" "SOURCES")
+  add_executable(${target} ${arg_SOURCES})
+  tavi_target_settings(${target} ARCH "${TAVI_ARCH}")
+  # The loops under test live in the library; here the time to compile counts.
+  target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_link_libraries(${target} PRIVATE TaviOperatorTable tavi_highway GTest::gmock GTest::gtest_main Threads::Threads)
+
+  set(include_file ${CMAKE_CURRENT_BINARY_DIR}/${target}_suites.cmake)
+  file(
+    GENERATE
+    OUTPUT ${include_file}
+    CONTENT
+      "set(program \"$<TARGET_FILE:${target}>\")
+set(label \"${arg_LABEL}\")
+set(entries \"${CMAKE_CURRENT_BINARY_DIR}/${target}_entries.cmake\")
+set(work_dir \"${CMAKE_CURRENT_BINARY_DIR}/work\")
+include(\"${PROJECT_SOURCE_DIR}/cmake/TestSuites.cmake\")
+")
+  set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${include_file})
+endfunction()
