@@ -67,11 +67,19 @@ public:
   std::string text;
 };
 
-template <class Function>
-Function* find(void* library, const char* mangledName) {
+void* find(void* library, const char* mangledName) {
   void* const symbol = dlsym(library, mangledName);
   require(symbol != nullptr, mangledName);
-  return reinterpret_cast<Function*>(symbol);
+  return symbol;
+}
+
+/// The library's copy of a function that the host compiled as well.
+template <class Function>
+Function* counterpart(void* library, Function& function) {
+  Dl_info own;
+  require(dladdr(reinterpret_cast<void*>(&function), &own) != 0 && own.dli_sname != nullptr,
+          "the host exports its process-wide functions");
+  return reinterpret_cast<Function*>(find(library, own.dli_sname));
 }
 
 /// A frame that lives in the host's memory; its code is the library's.
@@ -81,8 +89,9 @@ public:
 #ifdef TAVI_BOUNDARY_LINKED
     ::new (_memory) SaturationFrame;
 #else
-    using Constructor = void(void*);
-    find<Constructor>(library, "_ZN4NORV13TaviOperators3DLL10Saturation8OperatorC1Ev")(_memory);
+    using Constructor = void (*)(void*);
+    void* const constructor = find(library, "_ZN4NORV13TaviOperators3DLL10Saturation8OperatorC1Ev");
+    reinterpret_cast<Constructor>(constructor)(_memory);
 #endif
   }
   Frame(const Frame&) = delete;
@@ -104,11 +113,9 @@ SmartPointer<IComposite> makeParameter(const VolumePtr<uint8>& input) {
 }
 
 void checkOneFactory(void* library) {
-  const auto libraryFactory = find<CompositeFactory&()>(library, "_ZN4NORV4Tavi7Factory15getClassFactoryEv");
-  require(&libraryFactory() == &getClassFactory(), "one class factory");
-  const auto libraryReporting =
-      find<Exceptions::Impl::Reporting&()>(library, "_ZN4NORV10Exceptions4Impl20processWideReportingEv");
-  require(&libraryReporting() == &Exceptions::Impl::processWideReporting(), "one reporting state");
+  require(&counterpart(library, getClassFactory)() == &getClassFactory(), "one class factory");
+  using Exceptions::Impl::processWideReporting;
+  require(&counterpart(library, processWideReporting)() == &processWideReporting(), "one reporting state");
 }
 
 void checkRegistrations(const std::vector<std::string>& before) {

@@ -127,7 +127,8 @@ public:
   }
 
 protected:
-  Exception(const Origin& origin, const char* guiMessage, const std::string& errorMessage) noexcept
+  [[gnu::cold, gnu::noinline]] Exception(const Origin& origin, const char* guiMessage,
+                                         const std::string& errorMessage) noexcept
       : _line(static_cast<int>(origin.where.line())) {
     guarded([&] {
       _errorMessage = errorMessage;
@@ -139,7 +140,7 @@ protected:
   }
 
   /// Writes to every sink and renews the summary. The last act of each most derived constructor.
-  void report(unsigned groups = reportGui | reportOrigin) const noexcept {
+  [[gnu::cold, gnu::noinline]] void report(unsigned groups = reportGui | reportOrigin) const noexcept {
     try {
       auto& reporting = Impl::processWideReporting();
       const std::lock_guard lock(reporting.critical);

@@ -68,8 +68,27 @@ private:
   mutable std::atomic<std::uintptr_t> _tagged{0};
 };
 
+// Out of line, since pointers are copied everywhere and these do not depend on the class pointed to.
+
+/// Joins the owners, unless there is none left to join.
+[[gnu::noinline]] inline bool addOwner(SharedCounts* counts) {
+  const std::lock_guard lock(counts->lock);
+  if (counts->owners == 0) {
+    return false;
+  }
+  ++counts->owners;
+  ++counts->handles;
+  return true;
+}
+
+/// Leaves the owners but keeps the handle; returns whether the object has lost its last one.
+[[gnu::noinline]] inline bool removeOwner(SharedCounts* counts) noexcept {
+  const std::lock_guard lock(counts->lock);
+  return counts->owners > 0 && --counts->owners == 0;
+}
+
 /// Gives one handle back; the last one frees the block.
-inline void releaseHandle(SharedCounts* counts) noexcept {
+[[gnu::noinline]] inline void releaseHandle(SharedCounts* counts) noexcept {
   counts->lock.lock();
   const bool last = --counts->handles == 0;
   counts->lock.unlock();
@@ -209,13 +228,7 @@ private:
 
   /// Becomes one more owner, unless there is none left to join.
   void own(Impl::SharedCounts* counts, T* object) {
-    if (counts == nullptr || object == nullptr) {
-      return;
-    }
-    const std::lock_guard lock(counts->lock);
-    if (counts->owners > 0) {
-      ++counts->owners;
-      ++counts->handles;
+    if (counts != nullptr && object != nullptr && Impl::addOwner(counts)) {
       _link.set(counts);
       _object.store(object, std::memory_order_relaxed);
     }
@@ -233,10 +246,7 @@ private:
     if (counts == nullptr) {
       return;
     }
-    counts->lock.lock();
-    const bool lastOwner = counts->owners > 0 && --counts->owners == 0;
-    counts->lock.unlock();
-    if (lastOwner) {
+    if (Impl::removeOwner(counts)) {
       delete object;  // outside the lock: its destructor may release pointers of any kind
     }
     Impl::releaseHandle(counts);

@@ -14,9 +14,10 @@
 /// also bring `void row(inputs..., output, count)` on dense rows where it knows a faster way to the same voxels.
 namespace NORV::TaviOperators::Impl {
 
-/// The loop that the compiler vectorises. In place is allowed: `output` may be one of the inputs.
+/// The loop that the compiler vectorises, once for all its callers. In place is allowed: `output` may be one of the
+/// inputs.
 template <class Rule, class Out, class... In>
-void transformRow(const Rule& rule, Out* output, SizeType count, const In*... inputs) {
+[[gnu::noinline]] void transformRow(const Rule& rule, Out* output, SizeType count, const In*... inputs) {
   if constexpr (requires { rule.row(inputs..., output, count); }) {
     rule.row(inputs..., output, count);
   } else {
@@ -46,7 +47,7 @@ void transformRowStreaming(const Rule& rule, Out* output, SizeType count, const 
 }
 
 template <class Rule, class Out, class... In>
-void transformStrided(const Rule& rule, const View<Out>& output, SizeType sec, SizeType tert,
+[[gnu::optimize("no-tree-vectorize")]] void transformStrided(const Rule& rule, const View<Out>& output, SizeType sec, SizeType tert,
                       const View<const In>&... inputs) {
   Out* to = output.row(sec, tert);
   std::tuple<const In*...> from(inputs.row(sec, tert)...);
