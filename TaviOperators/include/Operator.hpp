@@ -45,13 +45,15 @@ using Tavi::Persistence::Takes;
 template <class VolumePointer>
 using VoxelOf = typename VolumePointer::Voxel;
 
-/// Base of the typed operators: abort flag, own steps, and nested operators, which count as much as the own steps do.
-template <class Derived>
-class Operator : public IOperator, public Tavi::Persistence::CompositeLeaf<Derived> {
+/// What all typed operators share, whatever their voxel types: abort flag, own steps, and nested operators, which count
+/// as much as the own steps do.
+class OperatorBase : public IOperator {
 public:
-  Operator() = default;
-  Operator(const Operator&) = delete;  // nested operators are known by address
-  Operator& operator=(const Operator&) = delete;
+  // Out of line: a frame constructs every instance once.
+  [[gnu::noinline]] OperatorBase() {}
+  [[gnu::noinline]] ~OperatorBase() override {}
+  OperatorBase(const OperatorBase&) = delete;  // nested operators are known by address
+  OperatorBase& operator=(const OperatorBase&) = delete;
 
   /// Ends the run at the next slice, here and in the nested operator that runs.
   void abort() override {
@@ -97,12 +99,7 @@ protected:
     _pendingOperators = _subOperators;
   }
 
-  template <class OutputPtr>
-  OutputPtr checkOutputVolume(const SmartPointer<IVolume>& given, const Dimension<SizeType>& dimension) const {
-    return Tavi::Impl::checkOutputVolume<OutputPtr>(given, dimension, "NORV::TaviOperators::Operator");
-  }
-
-  /// To be called in the constructor for each nested operator, which is a member of `Derived`.
+  /// To be called in the constructor for each nested operator, which is a member of the derived class.
   void owns(IOperator& subOperator) { _subOperators.push_back(&subOperator); }
 
   /// Runs a nested operator, once per `apply`; not at all after an abort.
@@ -147,6 +144,16 @@ private:
   SizeType _finishedOperators = 0;
   IOperator* _currentOperator = nullptr;
   mutable Tavi::NestableLock _lock;  // guards the three before it
+};
+
+/// Base of the typed operators.
+template <class Derived>
+class Operator : public OperatorBase, public Tavi::Persistence::CompositeLeaf<Derived> {
+protected:
+  template <class OutputPtr>
+  OutputPtr checkOutputVolume(const SmartPointer<IVolume>& given, const Dimension<SizeType>& dimension) const {
+    return Tavi::Impl::checkOutputVolume<OutputPtr>(given, dimension, "NORV::TaviOperators::Operator");
+  }
 };
 
 }  // namespace NORV::TaviOperators

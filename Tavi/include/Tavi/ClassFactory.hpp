@@ -73,22 +73,35 @@ TAVI_EXPORT inline CompositeFactory& getClassFactory() {
   return factory;
 }
 
+/// Makes objects by a plain function.
+class TAVI_EXPORT FunctionCreationMethod final : public CompositeFactory::CreationMethod {
+public:
+  using Function = Persistence::IComposite* (*)();
+  explicit FunctionCreationMethod(Function function) : _function(function) {}
+  SmartPointer<Persistence::IComposite> create() const override {
+    return SmartPointer<Persistence::IComposite>(_function());
+  }
+
+private:
+  Function _function;
+};
+
+namespace Impl {
+
+inline void registerFunction(FunctionCreationMethod::Function function) {
+  const SmartPointer<CompositeFactory::CreationMethod> method(new FunctionCreationMethod(function));
+  getClassFactory().registerIfAbsent(method->create()->getType(), method);
+}
+
+}  // namespace Impl
+
 /// Registers `Class` while its library loads, under the identifier that an instance of it reports.
 template <class Class>
 class FactoryRegistrator {
 public:
   FactoryRegistrator() {
-    const SmartPointer<CompositeFactory::CreationMethod> method(new CreationMethod);
-    getClassFactory().registerIfAbsent(method->create()->getType(), method);
+    Impl::registerFunction([]() -> Persistence::IComposite* { return new Class; });
   }
-
-private:
-  class CreationMethod final : public CompositeFactory::CreationMethod {
-  public:
-    SmartPointer<Persistence::IComposite> create() const override {
-      return SmartPointer<Persistence::IComposite>(new Class);
-    }
-  };
 };
 
 /// Base of every class that can be made by name: whoever can construct a `Derived` has it registered.

@@ -8,9 +8,8 @@
 
 namespace NORV::Tavi::Persistence {
 
-/// A node without keys; it also registers `Derived` in the class factory.
-template <class Derived>
-class TAVI_EXPORT CompositeLeaf : public IComposite, private Factory::StaticFactorySubscriber<Derived> {
+/// A node without keys.
+class TAVI_EXPORT KeylessNode : public IComposite {
 public:
   void setValue(const std::string&, SmartPointer<IComposite>) override {
     throw PlainException(
@@ -28,5 +27,9 @@ public:
   }
   SizeType getNumberOfKeys() const override { return 0; }
 };
+
+/// A node without keys that can be made by name: it registers `Derived` in the class factory.
+template <class Derived>
+class TAVI_EXPORT CompositeLeaf : public KeylessNode, private Factory::StaticFactorySubscriber<Derived> {};
 
 }  // namespace NORV::Tavi::Persistence

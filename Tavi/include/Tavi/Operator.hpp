@@ -6,6 +6,7 @@
 #include <Tavi/Progress.hpp>
 #include <Tavi/Volume.hpp>
 
+#include <array>
 #include <atomic>
 #include <string>
 #include <type_traits>
@@ -17,8 +18,26 @@ using AbortFlag = std::atomic<bool>;
 
 namespace Impl {
 
-/// The volume to write into: the host's own, resized if it has other extents (its content is lost then), or a new one.
-/// `where` names the operator form in the failure of a volume of another class.
+/// Gives a volume the extents that its view is to have, as the current orientation shows them. A region that is set
+/// goes: the result would not fit into it.
+inline void resizeView(IVolume& volume, const Dimension<SizeType>& dimension) {
+  if (volume.getDimension() == dimension) {
+    return;
+  }
+  const auto axes = volume.getOrientation().storageAxes();
+  const auto wanted = components(dimension);
+  std::array<SizeType, 3> stored{};
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    stored[axes[axis]] = wanted[axis];
+  }
+  volume.resize(Dimension<SizeType>(stored[0], stored[1], stored[2]));
+  if (!(volume.getDimension() == dimension)) {
+    volume.resetRoi();
+  }
+}
+
+/// The volume to write into: the host's own, resized if its view has other extents (its content is lost then), or a new
+/// one. `where` names the operator form in the failure of a volume of another class.
 template <class OutputPtr>
 OutputPtr checkOutputVolume(const SmartPointer<IVolume>& given, const Dimension<SizeType>& dimension,
                             const char* where) {
@@ -33,9 +52,7 @@ OutputPtr checkOutputVolume(const SmartPointer<IVolume>& given, const Dimension<
     throw IOperator::InvalidParameterObjectException(std::string(where) +
                                                      "::checkOutputVolume volume is of the wrong type");
   }
-  if (!(output->getDimension() == dimension)) {
-    output->resize(dimension);
-  }
+  resizeView(*output, dimension);
   return output;
 }
 

@@ -67,66 +67,14 @@ IterationData computeIterationData(const Dimension<SizeType>& allocated, const R
 
 }  // namespace Impl
 
-/// A three-dimensional array of voxels with a stack of regions and an orientation, which together define the view that
-/// operators see. It has no lock: neither view nor extents may change while an operator works on it.
-template <class T, class Alloc>
-class TAVI_EXPORT Volume final : public Persistence::IComposite,
-                                 public IVolume,
-                                 private Factory::StaticFactorySubscriber<Volume<T, Alloc>> {
+/// The stored extents, regions and orientation of a volume and the view that they make, whatever its voxels are.
+class TAVI_EXPORT VolumeBase : public Persistence::IComposite, public IVolume {
 public:
-  using Voxel = T;
   using RoiList = Container::List<SmartPointer<RoiComposite>>;
 
-  /// The empty volume.
-  Volume() { showAll(); }
-
-  /// Allocates; the voxels are not cleared.
-  explicit Volume(const Dimension<SizeType>& dimension) requires(!Allocator::isExternal<Alloc>)
-      : _block(Alloc::template allocate<T>(dimension)),
-        _data(_block.getData()),
-        _allocated(dimension) {
-    showAll();
-  }
-
-  /// Takes the voxels at `data`, prim fastest, without a copy. `release` is called with `data` when the volume goes or
-  /// `resize` replaces the block, and also when this constructor throws; an empty one is not called.
-  Volume(const Dimension<SizeType>& dimension, T* data,
-         std::function<void(T*)> release) requires(!Allocator::isExternal<Alloc>)
-      : _block(data, std::move(release), {}),
-        _data(data),
-        _allocated(dimension) {
-    if (_data == nullptr && dimension.size() != 0) {
-      throw Exceptions::NULLPointer("NORV::Tavi::Volume::Volume", "data");
-    }
-    showAll();
-  }
-
-  /// Shows the voxels of `owner`, as its view is now, and keeps it alive.
-  explicit Volume(const typename Impl::BufferOwner<T, Alloc>::Pointer& owner) requires Allocator::isExternal<Alloc> {
-    if (owner == nullptr) {
-      throw Exceptions::NULLPointer("NORV::Tavi::Volume::Volume", "owner");
-    }
-    _owner.pointer = owner;
-    _data = owner->getData();
-    _allocated = owner->getAllocatedDimension();
-    _orientation = owner->getOrientation();
-    _roiStack = owner->getRoiStack();
-    recompute();
-  }
-
-  Volume(const Volume&) = delete;
-  Volume& operator=(const Volume&) = delete;
-
-  /// The block that holds the voxels; the view begins `getIterationData().startOffset` voxels behind it.
-  T* getData() { return _data; }
-  const T* getData() const { return _data; }
   const IterationData& getIterationData() const { return _view; }
 
-  std::string getVoxelType() const override { return typeName<T>; }
-  std::string getType() const override { return identifier(); }
-  static std::string identifier() {
-    return std::string("NORV::Tavi::Volume< ") + typeName<T> + " , " + Alloc::identifier() + " >";
-  }
+  std::string getType() const override = 0;  // one for both bases
   Dimension<SizeType> getDimension() const override { return {_view.dimPrim, _view.dimSec, _view.dimTert}; }
   SizeType getDimPrim() const override { return _view.dimPrim; }
   SizeType getDimSec() const override { return _view.dimSec; }
@@ -140,10 +88,6 @@ public:
   SizeType getAllocatedDimPrim() const override { return _allocated.prim; }
   SizeType getAllocatedDimSec() const override { return _allocated.sec; }
   SizeType getAllocatedDimTert() const override { return _allocated.tert; }
-  std::list<RegionOfInterest> getMemoryRegions() const override {
-    return _block.getRegions().empty() ? std::list<RegionOfInterest>{RegionOfInterest(_allocated)}
-                                       : _block.getRegions();
-  }
   std::list<RegionOfInterest> getRoiStack() const override { return _roiStack; }
   RegionOfInterest getRoi() const override { return RegionOfInterest(getDimension(), _view.roiOrigin); }
   Position<SizeType> getRoiOrigin() const override { return _view.roiOrigin; }
@@ -184,26 +128,6 @@ public:
     }
     setRoi(RegionOfInterest(Dimension<SizeType>(getDimPrim(), getDimSec(), 1), Position<SizeType>(0, 0, index)));
   }
-
-  /// Frees before it allocates, so that both blocks never stand side by side; where memory fails
-  /// (`std::bad_alloc`), the volume is left empty. Extents that no memory can hold change nothing.
-  void resize(const Dimension<SizeType>& dimension) override {
-    dimension.check();
-    if (dimension == _allocated) {
-      return;
-    }
-    static_cast<void>(dimension.size());
-    if constexpr (!Allocator::isExternal<Alloc>) {
-      _block = {};
-      _data = nullptr;
-      _allocated = {};
-      showAll();
-    }
-    _block = Alloc::template allocate<T>(dimension);
-    _data = _block.getData();
-    _allocated = dimension;
-    showAll();
-  }
   void setOrientation(const Orientation& orientation) override {
     _orientation = orientation;
     recompute();
@@ -216,19 +140,12 @@ public:
   int64 getPosOffset(const Position<SizeType>& position) const {
     return offset(position, "NORV::Tavi::Volume::getPosOffset");
   }
-  T getValueAt(const Position<SizeType>& position) const {
-    return _data[offset(position, "NORV::Tavi::Volume::getValueAt")];
-  }
 
   void setValue(const std::string& key, SmartPointer<Persistence::IComposite> value) override {
     if (key == "roiStack") {
       setRoiStack(SmartPointer<RoiList>(value));
     } else if (key == "allocator") {
-      if (SmartPointer<Alloc>(value) == nullptr) {
-        throw Exceptions::InvalidArg(
-            "NORV::Tavi::Volume::setValue", "%s",
-            (getType() + "setValue value is not an NORV::Tavi::SmartPointer<" + Alloc::identifier()).c_str());
-      }
+      setAllocator(value);
     } else if (key == "orientation") {
       const SmartPointer<Orientation> orientation(value);
       if (orientation == nullptr) {
@@ -250,7 +167,7 @@ public:
       return list;
     }
     if (key == "allocator") {
-      return _allocator;
+      return getAllocator();
     }
     if (key != "orientation") {
       throwUnknown("NORV::Tavi::Volume::getValue", "getValue not such key " + key);
@@ -266,13 +183,25 @@ public:
   }
   SizeType getNumberOfKeys() const override { return 3; }
 
-private:
-  void recompute() { _view = Impl::computeIterationData(_allocated, _roiStack.back(), _orientation); }
-  void showAll() {
-    _roiStack.assign(1, RegionOfInterest(_allocated));
+protected:
+  VolumeBase() { showAll(); }
+
+  virtual SmartPointer<Persistence::IComposite> getAllocator() const = 0;
+  /// Throws InvalidArg for an allocator of another class.
+  virtual void setAllocator(const SmartPointer<Persistence::IComposite>& allocator) = 0;
+
+  /// The view of other stored extents, whole.
+  void showAll(const Dimension<SizeType>& allocated) {
+    _allocated = allocated;
+    showAll();
+  }
+  /// The same view as that of another volume.
+  void showAs(const VolumeBase& other) {
+    _allocated = other._allocated;
+    _orientation = other._orientation;
+    _roiStack = other._roiStack;
     recompute();
   }
-
   int64 offset(const Position<SizeType>& position, const Exceptions::Origin& origin) const {
     getDimension().check();
     if (position.prim >= _view.dimPrim || position.sec >= _view.dimSec || position.tert >= _view.dimTert) {
@@ -280,6 +209,13 @@ private:
     }
     return _view.strideTert * static_cast<int64>(position.tert) + _view.strideSec * static_cast<int64>(position.sec) +
            _view.stridePrim * static_cast<int64>(position.prim) + _view.startOffset;
+  }
+
+private:
+  void recompute() { _view = Impl::computeIterationData(_allocated, _roiStack.back(), _orientation); }
+  void showAll() {
+    _roiStack.assign(1, RegionOfInterest(_allocated));
+    recompute();
   }
 
   /// Replaces the stack by regions in storage order, each of which must lie inside the stored volume.
@@ -317,13 +253,101 @@ private:
     throw Exceptions::IndexOutOfRange(origin, getType() + words);
   }
 
-  Allocator::Block<T> _block;
-  SmartPointer<Alloc> _allocator{new Alloc};
-  T* _data = nullptr;
   Dimension<SizeType> _allocated;
   Orientation _orientation;
   std::list<RegionOfInterest> _roiStack;
   IterationData _view;
+};
+
+/// A three-dimensional array of voxels with a stack of regions and an orientation, which together define the view that
+/// operators see. It has no lock: neither view nor extents may change while an operator works on it.
+template <class T, class Alloc>
+class TAVI_EXPORT Volume final : public VolumeBase, private Factory::StaticFactorySubscriber<Volume<T, Alloc>> {
+public:
+  using Voxel = T;
+
+  /// The empty volume.
+  Volume() = default;
+
+  /// Allocates; the voxels are not cleared.
+  explicit Volume(const Dimension<SizeType>& dimension) requires(!Allocator::isExternal<Alloc>)
+      : _block(Alloc::template allocate<T>(dimension)),
+        _data(_block.getData()) {
+    showAll(dimension);
+  }
+
+  /// Takes the voxels at `data`, prim fastest, without a copy. `release` is called with `data` when the volume goes or
+  /// `resize` replaces the block, and also when this constructor throws; an empty one is not called.
+  Volume(const Dimension<SizeType>& dimension, T* data,
+         std::function<void(T*)> release) requires(!Allocator::isExternal<Alloc>)
+      : _block(data, std::move(release), {}),
+        _data(data) {
+    if (_data == nullptr && dimension.size() != 0) {
+      throw Exceptions::NULLPointer("NORV::Tavi::Volume::Volume", "data");
+    }
+    showAll(dimension);
+  }
+
+  /// Shows the voxels of `owner`, as its view is now, and keeps it alive.
+  explicit Volume(const typename Impl::BufferOwner<T, Alloc>::Pointer& owner) requires Allocator::isExternal<Alloc> {
+    if (owner == nullptr) {
+      throw Exceptions::NULLPointer("NORV::Tavi::Volume::Volume", "owner");
+    }
+    _owner.pointer = owner;
+    _data = owner->getData();
+    showAs(*owner);
+  }
+
+  Volume(const Volume&) = delete;
+  Volume& operator=(const Volume&) = delete;
+
+  /// The block that holds the voxels; the view begins `getIterationData().startOffset` voxels behind it.
+  T* getData() { return _data; }
+  const T* getData() const { return _data; }
+
+  std::string getVoxelType() const override { return typeName<T>; }
+  std::string getType() const override { return identifier(); }
+  static std::string identifier() {
+    return std::string("NORV::Tavi::Volume< ") + typeName<T> + " , " + Alloc::identifier() + " >";
+  }
+  std::list<RegionOfInterest> getMemoryRegions() const override {
+    return _block.getRegions().empty() ? std::list<RegionOfInterest>{RegionOfInterest(getAllocatedDimension())}
+                                       : _block.getRegions();
+  }
+  /// Frees before it allocates, so that both blocks never stand side by side; where memory fails
+  /// (`std::bad_alloc`), the volume is left empty. Extents that no memory can hold change nothing.
+  void resize(const Dimension<SizeType>& dimension) override {
+    dimension.check();
+    if (dimension == getAllocatedDimension()) {
+      return;
+    }
+    static_cast<void>(dimension.size());
+    if constexpr (!Allocator::isExternal<Alloc>) {
+      _block = {};
+      _data = nullptr;
+      showAll({});
+    }
+    _block = Alloc::template allocate<T>(dimension);
+    _data = _block.getData();
+    showAll(dimension);
+  }
+  T getValueAt(const Position<SizeType>& position) const {
+    return _data[this->offset(position, "NORV::Tavi::Volume::getValueAt")];
+  }
+
+private:
+  SmartPointer<Persistence::IComposite> getAllocator() const override { return _allocator; }
+  void setAllocator(const SmartPointer<Persistence::IComposite>& allocator) override {
+    if (SmartPointer<Alloc>(allocator) == nullptr) {
+      throw Exceptions::InvalidArg(
+          "NORV::Tavi::Volume::setValue", "%s",
+          (getType() + "setValue value is not an NORV::Tavi::SmartPointer<" + Alloc::identifier()).c_str());
+    }
+  }
+
+  Allocator::Block<T> _block;
+  SmartPointer<Alloc> _allocator{new Alloc};
+  T* _data = nullptr;
   [[no_unique_address]] Impl::BufferOwner<T, Alloc> _owner;
 };
 

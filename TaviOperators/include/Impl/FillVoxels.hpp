@@ -6,8 +6,8 @@
 namespace NORV::TaviOperators::Impl {
 
 /// Sets every voxel of a view to `value`, in parallel over slices.
-template <class Operator, class T>
-void fillVoxels(Operator& self, int threads, const View<T>& view, T value) {
+template <class T>
+void fillVoxels(OperatorBase& self, int threads, const View<T>& view, T value) {
   transformVoxels(
       self, threads, Steps::silent, [value] { return value; }, view);
 }

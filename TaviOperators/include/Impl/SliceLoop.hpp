@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Impl/ThreadCount.hpp>
+#include <Operator.hpp>
 #include <Tavi/Types.hpp>
 
 #include <omp.h>
@@ -12,8 +13,6 @@
 #include <mutex>
 
 namespace NORV::TaviOperators::Impl {
-
-using Tavi::SizeType;
 
 enum class Schedule { fixed, dynamic };
 
@@ -69,31 +68,44 @@ inline void runSlices(int threads, SizeType slices, Schedule schedule, void (*sl
   }
 }
 
+/// As `forEachSlice`, for a body that is a plain function with its context.
+inline void forEachSliceOf(OperatorBase& self, int threads, SizeType slices, Steps steps, Schedule schedule,
+                           void (*body)(const void*, SizeType), const void* context) {
+  struct Run {
+    OperatorBase& self;
+    const Steps steps;
+    void (*const body)(const void*, SizeType);
+    const void* const context;
+    SliceFailure failure{};
+
+    void slice(SizeType index) {
+      if (self.isAborted() || failure.isAbove(index)) {
+        return;
+      }
+      try {
+        body(context, index);
+      } catch (...) {
+        failure.store(index);
+        return;
+      }
+      if (steps == Steps::counted) {
+        self.advance();
+      }
+    }
+  } run{self, steps, body, context};
+  runSlices(
+      threads, slices, schedule, [](void* erased, SizeType index) { static_cast<Run*>(erased)->slice(index); }, &run);
+  run.failure.rethrow();
+}
+
 /// The loop over slices of an operator: skips what is left after an abort, counts steps, and throws the failure of the
 /// lowest slice after all workers have ended. `body(index)` runs on any of the threads.
-template <class Operator, class Body>
-void forEachSlice(Operator& self, int threads, SizeType slices, Steps steps, Body&& body,
+template <class Body>
+void forEachSlice(OperatorBase& self, int threads, SizeType slices, Steps steps, const Body& body,
                   Schedule schedule = Schedule::fixed) {
-  SliceFailure failure;
-  const auto guarded = [&](SizeType index) {
-    if (self.isAborted() || failure.isAbove(index)) {
-      return;
-    }
-    try {
-      body(index);
-    } catch (...) {
-      failure.store(index);
-      return;
-    }
-    if (steps == Steps::counted) {
-      self.advance();
-    }
-  };
-  using Guarded = decltype(guarded);
-  runSlices(
-      threads, slices, schedule, [](void* context, SizeType index) { (*static_cast<const Guarded*>(context))(index); },
-      const_cast<void*>(static_cast<const void*>(std::addressof(guarded))));
-  failure.rethrow();
+  forEachSliceOf(
+      self, threads, slices, steps, schedule,
+      [](const void* context, SizeType index) { (*static_cast<const Body*>(context))(index); }, std::addressof(body));
 }
 
 }  // namespace NORV::TaviOperators::Impl

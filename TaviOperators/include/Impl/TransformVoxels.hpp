@@ -47,8 +47,8 @@ void transformRowStreaming(const Rule& rule, Out* output, SizeType count, const 
 }
 
 template <class Rule, class Out, class... In>
-[[gnu::optimize("no-tree-vectorize")]] void transformStrided(const Rule& rule, const View<Out>& output, SizeType sec, SizeType tert,
-                      const View<const In>&... inputs) {
+[[gnu::optimize("no-tree-vectorize")]] void transformStrided(const Rule& rule, const View<Out>& output, SizeType sec,
+                                                             SizeType tert, const View<const In>&... inputs) {
   Out* to = output.row(sec, tert);
   std::tuple<const In*...> from(inputs.row(sec, tert)...);
   for (SizeType prim = 0; prim < output.dimPrim; ++prim) {
@@ -60,8 +60,8 @@ template <class Rule, class Out, class... In>
 
 /// Writes `rule(inputs...)` to every voxel of `output`, in parallel over slices. All views have the same extents.
 /// Large dense outputs that share no voxel with an input are stored past the cache. Extra memory: none.
-template <class Operator, class Rule, class Out, class... In>
-void transformVoxels(Operator& self, int threads, Steps steps, const Rule& rule, const View<Out>& output,
+template <class Rule, class Out, class... In>
+void transformVoxels(OperatorBase& self, int threads, Steps steps, const Rule& rule, const View<Out>& output,
                      const View<const In>&... inputs) {
   const bool denseRows = output.hasDenseRows() && (inputs.hasDenseRows() && ...);
   const bool denseSlices = output.hasDenseSlices() && (inputs.hasDenseSlices() && ...);
