@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <string>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 /// The failures of the core and the operators.
@@ -65,18 +66,43 @@ TAVI_EXPORT inline Reporting& processWideReporting() {
   return *reporting;
 }
 
+/// A text on its way into a failure; `complete` is false where memory ran out.
+struct Message {
+  [[gnu::cold, gnu::noinline]] Message(const char* value) noexcept {
+    store([&] { text = value; });
+  }
+  [[gnu::cold, gnu::noinline]] Message(const std::string& value) noexcept {
+    store([&] { text = value; });
+  }
+
+  template <class StringOperations>
+  void store(StringOperations operations) noexcept {
+    try {
+      operations();
+    } catch (...) {
+      complete = false;
+    }
+  }
+
+  std::string text;
+  bool complete = true;
+};
+
 template <class... Args>
-std::string render(const char* format, Args... args) {
+Message render(const char* format, Args... args) noexcept {
   if constexpr (sizeof...(args) == 0) {
     return format;
   } else {
+    Message message("");
+    message.store([&] {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"  // every format comes from a throw expression of this code
-    const int length = std::snprintf(nullptr, 0, format, args...);
-    std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-    std::snprintf(text.data(), text.size() + 1, format, args...);
+      const int length = std::snprintf(nullptr, 0, format, args...);
+      message.text.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+      std::snprintf(message.text.data(), message.text.size() + 1, format, args...);
 #pragma GCC diagnostic pop
-    return text;
+    });
+    return message;
   }
 }
 
@@ -127,11 +153,13 @@ public:
   }
 
 protected:
-  [[gnu::cold, gnu::noinline]] Exception(const Origin& origin, const char* guiMessage,
-                                         const std::string& errorMessage) noexcept
-      : _line(static_cast<int>(origin.where.line())) {
+  [[gnu::cold, gnu::noinline]] Exception(const Origin& origin, const char* guiMessage, Impl::Message errorMessage,
+                                         int64 errorCode = 0) noexcept
+      : _errorMessage(std::move(errorMessage.text)),
+        _errorCode(errorCode),
+        _line(static_cast<int>(origin.where.line())),
+        _damaged(!errorMessage.complete) {
     guarded([&] {
-      _errorMessage = errorMessage;
       _guiMessage = guiMessage;
       _origin = origin.function;
       _file = origin.where.file_name();
@@ -144,9 +172,10 @@ protected:
     try {
       auto& reporting = Impl::processWideReporting();
       const std::lock_guard lock(reporting.critical);
-      reporting.summary = summary();
-      for (IReportSink* sink : std::vector<IReportSink*>(reporting.sinks)) {
-        writeTo(*sink, groups);
+      renewSummary(reporting.summary);
+      // By index: a sink may take itself off the list. Nothing here needs memory, which may be what has run out.
+      for (std::size_t i = 0; i < reporting.sinks.size(); ++i) {
+        writeTo(*reporting.sinks[i], groups);
       }
     } catch (...) {
       // A report is a courtesy: the failure itself must reach its catcher.
@@ -169,14 +198,23 @@ private:
     reporting.livingExceptions += change;
   }
 
-  std::string summary() const {
+  void renewSummary(std::string& summary) const noexcept {
+    try {
+      summary = describe();
+    } catch (...) {
+      summary.clear();  // rather none than that of another failure
+    }
+  }
+
+  std::string describe() const {
     return std::string("The program caused an uncaught exception:\n\n") + "Exception class name:\t" + getClassName() +
            "\nError message:\t\t" + _errorMessage + "Error code:\t\t" + std::to_string(_errorCode) +
            "Throwing function:\t\t" + _origin + "File:\t\t\t" + _file + "\nLine number:\t\t" + std::to_string(_line);
   }
 
   void writeTo(IReportSink& sink, unsigned groups) const {
-    const std::string ruler(71, '=');
+    static constexpr const char* ruler = "=======================================================================";
+    static constexpr const char* rule = "-----------------------------------------------------------------------";
     const auto field = [&sink](const char* format, const std::string& value) {
       if (!value.empty()) {
 #pragma GCC diagnostic push
@@ -185,9 +223,9 @@ private:
 #pragma GCC diagnostic pop
       }
     };
-    sink.print("%s\n", ruler.c_str());
+    sink.print("%s\n", ruler);
     sink.print("%s was thrown!\n", getClassName());
-    sink.print("%s\n", std::string(71, '-').c_str());
+    sink.print("%s\n", rule);
     field("Error message:   %s\n", _errorMessage);
     if (groups & reportGui) {
       field("GUI message:     %s\n", _guiMessage);
@@ -212,7 +250,7 @@ private:
     if (_damaged) {
       sink.print("WARNING:        EXCEPTION INSTANCE IS DAMAGED BY INSUFFICIENT MEMORY!\n");
     }
-    sink.print("%s\n", ruler.c_str());
+    sink.print("%s\n", ruler);
   }
 
   std::string _errorMessage;
@@ -414,7 +452,7 @@ public:
   }
 
 private:
-  static std::string message(const std::string& from, const std::string& to) {
+  static Impl::Message message(const std::string& from, const std::string& to) {
     if (from.empty()) {
       return Impl::render("A data type couldn't be convertet to '%s'!", to.c_str());
     }

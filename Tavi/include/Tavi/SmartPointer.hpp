@@ -97,6 +97,16 @@ private:
   }
 }
 
+/// Null for an object of another class.
+template <class Target, class Source>
+Target* checkedPointerCast(Source* object) noexcept {
+  if constexpr (std::convertible_to<Source*, Target*>) {
+    return object;
+  } else {
+    return dynamic_cast<Target*>(object);
+  }
+}
+
 }  // namespace Impl
 
 template <class T>
@@ -119,14 +129,6 @@ public:
 private:
   template <class>
   friend class SmartPointer;
-
-  static Target* cast(Source* object) noexcept {
-    if constexpr (std::convertible_to<Source*, Target*>) {
-      return object;
-    } else {
-      return dynamic_cast<Target*>(object);
-    }
-  }
 
   Target* _object = nullptr;
   Impl::SharedCounts* _counts = nullptr;
@@ -166,8 +168,10 @@ public:
     own(guard.counts(), other.get());
   }
   template <class Source>
-  requires(!std::same_as<Source, T>) SmartPointer(const SmartPointer<Source>& other)
-      : SmartPointer(DynamicCast<T, Source>(other)) {}
+  requires(!std::same_as<Source, T>) SmartPointer(const SmartPointer<Source>& other) : _object(nullptr) {
+    const Impl::CountsLink::Guard guard(other._link);
+    own(guard.counts(), Impl::checkedPointerCast<T>(other.get()));
+  }
   template <class Source>
   SmartPointer(const DynamicCast<T, Source>& cast) : _object(nullptr) {
     own(cast._counts, cast._object);
@@ -225,6 +229,8 @@ public:
 private:
   template <class, class>
   friend class DynamicCast;
+  template <class>
+  friend class SmartPointer;
 
   /// Becomes one more owner, unless there is none left to join.
   void own(Impl::SharedCounts* counts, T* object) {
@@ -286,7 +292,7 @@ DynamicCast<Target, Source>::DynamicCast(const SmartPointer<Source>& source) {
   if (counts->owners == 0) {
     return;
   }
-  if (Target* object = cast(source.get())) {
+  if (Target* object = Impl::checkedPointerCast<Target>(source.get())) {
     _object = object;
     _counts = counts;
     ++counts->handles;
