@@ -9,6 +9,7 @@
 #include <functional>
 #include <limits>
 #include <list>
+#include <memory>
 #include <new>
 #include <string>
 #include <type_traits>
@@ -20,39 +21,43 @@
 
 namespace NORV::Tavi::Allocator {
 
-/// The voxels of a volume, how they are given back, and which part of the volume they hold.
+/// The voxels of a volume and which part of the volume they hold. They are given back when the last block that shares
+/// them goes.
 template <class T>
 class Block {
 public:
   Block() = default;
+  /// Takes `data` over: `release` is called with it also where this constructor throws. Neither needs to be there.
   Block(T* data, std::function<void(T*)> release, std::list<RegionOfInterest> regions)
-      : _data(data),
-        _release(std::move(release)),
+      : _data(data, Release{std::move(release)}),
         _regions(std::move(regions)) {}
   Block(const Block&) = delete;
-  Block(Block&& other) noexcept { swap(other); }
-  Block& operator=(Block&& other) noexcept {
-    Block(std::move(other)).swap(*this);
-    return *this;
-  }
-  ~Block() {
-    if (_data != nullptr && _release) {
-      _release(_data);
-    }
+  Block(Block&&) noexcept = default;
+  Block& operator=(Block&&) noexcept = default;
+  ~Block() = default;
+
+  /// Another block over the same voxels.
+  Block share() const {
+    Block block;
+    block._regions = _regions;
+    block._data = _data;
+    return block;
   }
 
-  T* getData() const { return _data; }
+  T* getData() const { return _data.get(); }
   const std::list<RegionOfInterest>& getRegions() const { return _regions; }
 
 private:
-  void swap(Block& other) noexcept {
-    std::swap(_data, other._data);
-    _release.swap(other._release);
-    _regions.swap(other._regions);
-  }
+  struct Release {
+    void operator()(T* data) const {
+      if (data != nullptr && function) {
+        function(data);
+      }
+    }
+    std::function<void(T*)> function;
+  };
 
-  T* _data = nullptr;
-  std::function<void(T*)> _release;
+  std::shared_ptr<T> _data;
   std::list<RegionOfInterest> _regions;
 };
 

@@ -297,19 +297,23 @@ inline void setTerminationHook(void (*hook)(const char*)) {
 
 /// For `std::set_terminate`: tells the sinks and the hook what was not caught, then ends with status 1.
 [[noreturn]] inline void terminationHandler() noexcept {
-  auto& reporting = Impl::processWideReporting();
-  {
+  try {
+    auto& reporting = Impl::processWideReporting();
     const std::lock_guard lock(reporting.critical);
+    std::string summary;
+    summary.swap(reporting.summary);  // a sink that makes a failure renews the one of the process
     const char* text =
         reporting.livingExceptions > 0
-            ? reporting.summary.c_str()
+            ? summary.c_str()
             : "The program caused an uncaught exception of an unknown type!\nThe program was terminated.";
-    for (IReportSink* sink : reporting.sinks) {
-      sink->print("%s", text);
+    for (std::size_t i = 0; i < reporting.sinks.size(); ++i) {
+      reporting.sinks[i]->print("%s", text);
     }
     if (reporting.terminationHook != nullptr) {
       reporting.terminationHook(text);
     }
+  } catch (...) {
+    // A sink that fails must not bring the process back here.
   }
   std::_Exit(1);
 }

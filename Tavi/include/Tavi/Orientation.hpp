@@ -47,7 +47,8 @@ public:
     if (value == nullptr) {
       throw std::invalid_argument(getType() + "::setValue data is NULL");
     }
-    _codes[Impl::findTripleKey(key, "NORV::Tavi::Orientation::setValue")] = Persistence::Impl::readData<uint8>(value);
+    uint8& code = _codes[Impl::findTripleKey(key, "NORV::Tavi::Orientation::setValue")];
+    code = Persistence::Impl::readData<uint8>(value);
   }
   SmartPointer<Persistence::IComposite> getValue(const std::string& key) const override {
     return SmartPointer<Persistence::IComposite>(

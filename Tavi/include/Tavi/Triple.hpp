@@ -67,7 +67,8 @@ public:
   Value value() const { return Value(_components[0], _components[1], _components[2]); }
 
   void setValue(const std::string& key, SmartPointer<Persistence::IComposite> value) override {
-    _components[findTripleKey(key, "NORV::Tavi::Triple::setValue")] = Persistence::Impl::readData<T>(value);
+    T& component = _components[findTripleKey(key, "NORV::Tavi::Triple::setValue")];
+    component = Persistence::Impl::readData<T>(value);
   }
   SmartPointer<Persistence::IComposite> getValue(const std::string& key) const override {
     return SmartPointer<Persistence::IComposite>(

@@ -55,7 +55,9 @@ template <class Volume>
 auto viewOf(Volume& volume) {
   using Voxel = std::remove_pointer_t<decltype(volume.getData())>;
   const auto& iteration = volume.getIterationData();
-  return View<Voxel>{volume.getData() + iteration.startOffset,
+  Voxel* const data = volume.getData();
+  // The first voxel of an empty view lies outside of every block.
+  return View<Voxel>{volume.getSize() == 0 ? data : data + iteration.startOffset,
                      iteration.dimPrim,
                      iteration.dimSec,
                      iteration.dimTert,

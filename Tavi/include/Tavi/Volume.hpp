@@ -280,21 +280,17 @@ public:
   /// `resize` replaces the block, and also when this constructor throws; an empty one is not called.
   Volume(const Dimension<SizeType>& dimension, T* data,
          std::function<void(T*)> release) requires(!Allocator::isExternal<Alloc>)
-      : _block(data, std::move(release), {}),
-        _data(data) {
-    if (_data == nullptr && dimension.size() != 0) {
-      throw Exceptions::NULLPointer("NORV::Tavi::Volume::Volume", "data");
-    }
-    showAll(dimension);
-  }
+      : Volume(dimension, Allocator::Block<T>(data, std::move(release), {})) {}
 
-  /// Shows the voxels of `owner`, as its view is now, and keeps it alive.
+  /// Shows the voxels of `owner`, as its view is now, and keeps it alive; also its present voxels, should `owner` be
+  /// resized meanwhile.
   explicit Volume(const typename Impl::BufferOwner<T, Alloc>::Pointer& owner) requires Allocator::isExternal<Alloc> {
     if (owner == nullptr) {
       throw Exceptions::NULLPointer("NORV::Tavi::Volume::Volume", "owner");
     }
     _owner.pointer = owner;
-    _data = owner->getData();
+    _block = owner->_block.share();
+    _data = _block.getData();
     showAs(*owner);
   }
 
@@ -336,6 +332,19 @@ public:
   }
 
 private:
+  template <class, class>
+  friend class Volume;
+
+  Volume(const Dimension<SizeType>& dimension, Allocator::Block<T>&& block)
+      : _block(std::move(block)),
+        _data(_block.getData()) {
+    dimension.check();
+    if (dimension.size() != 0 && _data == nullptr) {
+      throw Exceptions::NULLPointer("NORV::Tavi::Volume::Volume", "data");
+    }
+    showAll(dimension);
+  }
+
   SmartPointer<Persistence::IComposite> getAllocator() const override { return _allocator; }
   void setAllocator(const SmartPointer<Persistence::IComposite>& allocator) override {
     if (SmartPointer<Alloc>(allocator) == nullptr) {
@@ -369,7 +378,7 @@ inline IterationData Impl::computeIterationData(const Dimension<SizeType>& alloc
     origin[axis] = storedOrigin[storage];
     start += static_cast<int64>(storedOrigin[storage]) * storageStride[storage];
     if (orientation.isReversed(axis)) {
-      start += (static_cast<int64>(size[axis]) - 1) * stride[axis];
+      start += size[axis] == 0 ? 0 : (static_cast<int64>(size[axis]) - 1) * stride[axis];  // no voxel, no offset
       stride[axis] = -stride[axis];
       origin[axis] = whole[storage] - size[axis] - origin[axis];
     }

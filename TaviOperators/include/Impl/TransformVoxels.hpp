@@ -47,7 +47,7 @@ void transformRowStreaming(const Rule& rule, Out* output, SizeType count, const 
 }
 
 template <class Rule, class Out, class... In>
-[[gnu::optimize("no-tree-vectorize")]] void transformStrided(const Rule& rule, const View<Out>& output, SizeType sec,
+void transformStrided(const Rule& rule, const View<Out>& output, SizeType sec,
                                                              SizeType tert, const View<const In>&... inputs) {
   Out* to = output.row(sec, tert);
   std::tuple<const In*...> from(inputs.row(sec, tert)...);
