@@ -17,7 +17,7 @@ SmartPointer<IOperator> ExtremeValueCalculation::Operator::getOperatorFromParame
   const auto& names = Typed::names;
   const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
   const SmartPointer<IVolume> input = parameter->inputVolume.value();
-  Impl::requireGiven(input, names.inFrame("inputVolume is NULL!"));
+  Impl::requireGiven(input, names.inApply(" input volume is NULL"));  // the same words as in the typed operator
   return Impl::createOperator(names, input);
 }
 
