@@ -41,6 +41,7 @@ format:
 	$(SOURCES) | xargs -0 --no-run-if-empty clang-format -i
 
 tidy: release
+	scripts/install-dependencies --tidy
 	scripts/tidy
 
 release: packages

@@ -62,7 +62,10 @@ public:
     return _value;
   }
   operator T() const { return value(); }
-  ValueProperty& operator=(const ValueProperty& other) { return *this = other.value(); }
+  ValueProperty& operator=(const ValueProperty& other) {
+    *this = other.value();
+    return *this;
+  }
   ValueProperty& operator=(const T& value) {
     checkIfInitialized();
     _value = value;
@@ -120,18 +123,34 @@ protected:
 
 template <class T>
 class KindOfProperty<Triple<T>> : public NodeProperty<Triple<T>, TripleComposite<T>> {
+public:
+  using NodeProperty<Triple<T>, TripleComposite<T>>::operator=;
+
+protected:
   using NodeProperty<Triple<T>, TripleComposite<T>>::NodeProperty;
 };
 template <class T>
 class KindOfProperty<Dimension<T>> : public NodeProperty<Dimension<T>, DimensionComposite<T>> {
+public:
+  using NodeProperty<Dimension<T>, DimensionComposite<T>>::operator=;
+
+protected:
   using NodeProperty<Dimension<T>, DimensionComposite<T>>::NodeProperty;
 };
 template <class T>
 class KindOfProperty<Position<T>> : public NodeProperty<Position<T>, PositionComposite<T>> {
+public:
+  using NodeProperty<Position<T>, PositionComposite<T>>::operator=;
+
+protected:
   using NodeProperty<Position<T>, PositionComposite<T>>::NodeProperty;
 };
 template <>
 class KindOfProperty<RegionOfInterest> : public NodeProperty<RegionOfInterest, RoiComposite> {
+public:
+  using NodeProperty<RegionOfInterest, RoiComposite>::operator=;
+
+protected:
   using NodeProperty<RegionOfInterest, RoiComposite>::NodeProperty;
 };
 

@@ -21,35 +21,28 @@ namespace {
 
 using Numbers = Impl::TypeList<int8, int16, int32, int64, uint8, uint16, uint32, uint64, float32, float64>;
 
+template <class... T>
+void construct() {
+  (static_cast<void>(T()), ...);
+}
+
 // Never called: that it could be is what makes each class register itself.
 [[maybe_unused]] __attribute__((used)) void constructCoreClasses() {
   using namespace Tavi;
   using External = Allocator::ExternalBufferAllocator<Allocator::SingleBlockAllocator>;
   Impl::forEachType(Numbers(), []<class T>() {
-    Persistence::Data<T>();
-    Persistence::Data<std::complex<T>>();
-    TripleComposite<T>();
-    PositionComposite<T>();
-    DimensionComposite<T>();
+    construct<Persistence::Data<T>, Persistence::Data<std::complex<T>>>();
+    construct<TripleComposite<T>, PositionComposite<T>, DimensionComposite<T>>();
   });
-  Persistence::Data<bool>();
-  Persistence::Data<std::string>();
+  construct<Persistence::Data<bool>, Persistence::Data<std::string>>();
   Impl::forEachType(Impl::AllVoxelTypes(), []<class T>() {
-    Volume<T>();
-    Volume<T, External>();
-    Volume<T, Allocator::ExternalBufferAllocator<External>>();
+    construct<Volume<T>, Volume<T, External>, Volume<T, Allocator::ExternalBufferAllocator<External>>>();
   });
-  Allocator::SingleBlockAllocator();
-  Allocator::MultiBlockAllocator();
-  External();
-  Orientation();
-  Progress();
-  RoiComposite();
-  Container::Vector<SmartPointer<IVolume>>();
-  Container::List<SmartPointer<IVolume>>();
-  Container::Vector<SmartPointer<RoiComposite>>();
-  Container::List<SmartPointer<RoiComposite>>();
-  Container::Map<std::string, std::string>();
+  construct<Allocator::SingleBlockAllocator, Allocator::MultiBlockAllocator, External>();
+  construct<Orientation, Progress, RoiComposite>();
+  construct<Container::Vector<SmartPointer<IVolume>>, Container::List<SmartPointer<IVolume>>>();
+  construct<Container::Vector<SmartPointer<RoiComposite>>, Container::List<SmartPointer<RoiComposite>>>();
+  construct<Container::Map<std::string, std::string>>();
 }
 
 }  // namespace
