@@ -44,6 +44,11 @@ inline std::string composeIdentifier(const Names& names, const std::string& volu
   return names.operatorType() + "< " + volumes + " >";
 }
 
+/// The identifier of a volume of a voxel type that is known by name.
+inline std::string composeVolumeIdentifier(const std::string& voxelType) {
+  return "NORV::Tavi::Volume< " + voxelType + " , " + Tavi::Allocator::SingleBlockAllocator::identifier() + " >";
+}
+
 /// The identifier of a typed operator over one or two volume pointers.
 template <class FirstPtr, class... OtherPtr>
 std::string typedIdentifier(const Names& names) {

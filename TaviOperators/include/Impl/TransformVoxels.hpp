@@ -47,8 +47,8 @@ void transformRowStreaming(const Rule& rule, Out* output, SizeType count, const 
 }
 
 template <class Rule, class Out, class... In>
-void transformStrided(const Rule& rule, const View<Out>& output, SizeType sec,
-                                                             SizeType tert, const View<const In>&... inputs) {
+void transformStrided(const Rule& rule, const View<Out>& output, SizeType sec, SizeType tert,
+                      const View<const In>&... inputs) {
   Out* to = output.row(sec, tert);
   std::tuple<const In*...> from(inputs.row(sec, tert)...);
   for (SizeType prim = 0; prim < output.dimPrim; ++prim) {
