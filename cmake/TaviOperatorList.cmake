@@ -53,9 +53,8 @@ function(tavi_add_operators_library target)
   target_link_libraries(${target} PUBLIC Tavi)
   # Third-party libraries stay behind the exported frames, so users of the package need none of them.
   target_link_libraries(${target} PRIVATE tavi_highway)
-  # Compilers leave many row loops scalar at -O2, which is what distributions ask for.
+  tavi_library_options(${target})
   if(NOT TAVI_SANITIZE)
-    target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O3>)
     target_link_options(${target} PRIVATE LINKER:--no-undefined)
   endif()
   set(map ${PROJECT_SOURCE_DIR}/cmake/TaviOperators.map)

@@ -45,3 +45,11 @@ function(tavi_target_settings target)
   endif()
   target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 endfunction()
+
+# tavi_library_options(<target>): what the library's own loops need beyond the settings of all targets. Compilers leave
+# many row loops scalar at -O2, which is what distributions ask for.
+function(tavi_library_options target)
+  if(NOT TAVI_SANITIZE)
+    target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O3>)
+  endif()
+endfunction()

@@ -170,7 +170,7 @@ public:
   template <class Source>
   requires(!std::same_as<Source, T>) SmartPointer(const SmartPointer<Source>& other) : _object(nullptr) {
     const Impl::CountsLink::Guard guard(other._link);
-    own(guard.counts(), Impl::checkedPointerCast<T>(other.get()));
+    own(guard.counts(), other.get());
   }
   template <class Source>
   SmartPointer(const DynamicCast<T, Source>& cast) : _object(nullptr) {
@@ -232,11 +232,20 @@ private:
   template <class>
   friend class SmartPointer;
 
-  /// Becomes one more owner, unless there is none left to join.
-  void own(Impl::SharedCounts* counts, T* object) {
-    if (counts != nullptr && object != nullptr && Impl::addOwner(counts)) {
+  /// Becomes one more owner of an object of this class, unless there is none left to join. Joins before it casts, since
+  /// an object without owners may be gone.
+  template <class Source>
+  void own(Impl::SharedCounts* counts, Source* source) {
+    if (counts == nullptr || source == nullptr || !Impl::addOwner(counts)) {
+      return;
+    }
+    if (T* object = Impl::checkedPointerCast<T>(source)) {
       _link.set(counts);
       _object.store(object, std::memory_order_relaxed);
+    } else {
+      // Never the last one: the source, which is held meanwhile, owns the object, too.
+      Impl::removeOwner(counts);
+      Impl::releaseHandle(counts);
     }
   }
 
