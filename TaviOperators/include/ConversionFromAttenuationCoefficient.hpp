@@ -1,0 +1,113 @@
+#pragma once
+
+#include <Impl/Dispatch.hpp>
+#include <Impl/Lanes.hpp>
+#include <Impl/TransformVoxels.hpp>
+#include <Operator.hpp>
+
+#include <limits>
+
+/// Scales attenuation coefficients to grey values: a range of coefficients is mapped linearly onto a range of grey
+/// values, whose limits serve for the coefficients outside. The factor and the offset of the mapping are put out as
+/// `ConversionToAttenuationCoefficient` takes them for the way back.
+///
+/// The arithmetic is that of float64, rounded to the nearest grey value, halves up. A voxel that has no scaled value
+/// (NaN, or any inside a range of which both ends are equal) takes the minimum scaled value. Results that rounding
+/// carries beyond the output's voxel type are limited to it. Factor and offset may be infinite or NaN where a range has
+/// no extent. Extra memory: none. Parallel over slices, one step of progress each.
+namespace NORV::TaviOperators::ConversionFromAttenuationCoefficient {
+
+inline constexpr Impl::Names names{"ConversionFromAttenuationCoefficient"};
+
+/// One run. The coefficients, outputFactor and outputOffset are `Data<T>` of the voxel type of inputVolume, the scaled
+/// values of that of outputVolume.
+class Parameter final : public CompositeOfProperties<Parameter> {
+public:
+  Property<SmartPointer<IVolume>> inputVolume;
+  Property<IData> inputMinimumCoefficient;
+  Property<IData> inputMaximumCoefficient;
+  Property<IData> inputMinimumScaledValue;
+  Property<IData> inputMaximumScaledValue;
+  Property<SizeType> inputNumberOfThreads;
+  Property<IData> outputFactor;
+  Property<IData> outputOffset;
+  Property<SmartPointer<IVolume>> outputVolume;
+
+  Parameter() {
+    append("inputVolume", inputVolume,
+           {Takes::volume, required, "volume of attenuation coefficients, float32 or float64"});
+    append("inputMinimumCoefficient", inputMinimumCoefficient,
+           {Takes::likeInput, required, "coefficients below take the minimum scaled value"});
+    append("inputMaximumCoefficient", inputMaximumCoefficient,
+           {Takes::likeInput, required, "coefficients above take the maximum scaled value"});
+    append("inputMinimumScaledValue", inputMinimumScaledValue,
+           {Takes::likeOutput, required, "grey value for the minimum coefficient"});
+    append("inputMaximumScaledValue", inputMaximumScaledValue,
+           {Takes::likeOutput, required, "grey value for the maximum coefficient"});
+    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("outputFactor", outputFactor, {Takes::likeInput, optional, "grey values per unit of the coefficient"});
+    append("outputOffset", outputOffset, {Takes::likeInput, optional, "coefficient added before the multiplication"});
+    append("outputVolume", outputVolume, {Takes::volume, required, "target of scaled grey values, uint8 or uint16"});
+  }
+  std::string getType() const override { return names.parameterType(); }
+};
+
+template <class Out>
+struct Scale {
+  using Real = float64;
+  Real minimumCoefficient, maximumCoefficient, minimumScaled, maximumScaled, factor, offset;
+
+  Scale(Real coefficientLow, Real coefficientHigh, Real scaledLow, Real scaledHigh)
+      : minimumCoefficient(coefficientLow),
+        maximumCoefficient(coefficientHigh),
+        minimumScaled(scaledLow),
+        maximumScaled(scaledHigh),
+        factor((scaledHigh - scaledLow) / (coefficientHigh - coefficientLow)),
+        offset(scaledLow / factor - coefficientLow) {}
+
+  template <class L>
+  typename L::V map(L, typename L::V x) const {
+    const auto low = L::set(minimumScaled), zero = L::set(0.0), most = L::set(std::numeric_limits<Out>::max());
+    auto v = L::floor(L::add(L::mul(L::add(x, L::set(offset)), L::set(factor)), L::set(0.5)));
+    v = L::ifLessOrEqual(v, v, v, low);  // a NaN is not equal to itself
+    v = L::ifLess(v, zero, zero, L::ifLess(most, v, most, v));
+    v = L::ifLess(L::set(maximumCoefficient), x, L::set(maximumScaled), v);
+    return L::ifLess(x, L::set(minimumCoefficient), low, v);
+  }
+};
+
+template <class InputPtr, class OutputPtr>
+class Operator final : public TaviOperators::Operator<Operator<InputPtr, OutputPtr>> {
+  using In = VoxelOf<InputPtr>;
+  using Out = VoxelOf<OutputPtr>;
+
+public:
+  std::string getType() const override { return Impl::typedIdentifier<InputPtr, OutputPtr>(names); }
+
+  void apply(SmartPointer<IComposite> composite) override {
+    this->beginApply();
+    const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
+    const InputPtr input(parameter->inputVolume.value());
+    const In coefficientLow = parameter->inputMinimumCoefficient.template extractValue<In>();
+    const In coefficientHigh = parameter->inputMaximumCoefficient.template extractValue<In>();
+    const Out scaledLow = parameter->inputMinimumScaledValue.template extractValue<Out>();
+    const Out scaledHigh = parameter->inputMaximumScaledValue.template extractValue<Out>();
+    const int threads = Impl::threadCount(parameter->inputNumberOfThreads.value());
+    Impl::requireGiven(input, names.inApply(" inputVolume is NULL"));
+
+    const auto output =
+        this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
+    const Impl::LanewiseRule<In, Out, Scale<Out>> rule{
+        Scale<Out>(coefficientLow, coefficientHigh, scaledLow, scaledHigh)};
+    parameter->outputFactor.setValue(static_cast<In>(rule.rule.factor));
+    parameter->outputOffset.setValue(static_cast<In>(rule.rule.offset));
+    const auto from = Impl::inputViewOf(*input);
+    this->setTotal(from.dimTert);
+    Impl::transformVoxels(*this, threads, Impl::Steps::counted, rule, Impl::viewOf(*output), from);
+    if (!this->isAborted()) {
+      parameter->outputVolume = output;
+    }
+  }
+};
+
+}  // namespace NORV::TaviOperators::ConversionFromAttenuationCoefficient

@@ -1,0 +1,148 @@
+#pragma once
+
+#include <Tavi/Types.hpp>
+
+#include <cmath>
+#include <type_traits>
+
+#ifdef TAVI_USE_HIGHWAY
+#include <hwy/highway.h>
+#endif
+
+/// Real arithmetic on one voxel or on a whole vector of them, so that a rule is written once.
+///
+/// A rule is a function object with `using Real` and `template <class L> typename L::V map(L, typename L::V x) const`,
+/// where `L` is one of the kinds of lanes below. What it gives for an integer output must be a whole number that the
+/// output holds; for uint32 also one from -2^31 on, of which the low bits count. Each operation rounds once, so both
+/// kinds give the same values. A comparison with a NaN is false.
+namespace NORV::TaviOperators::Impl {
+
+using Tavi::SizeType;
+
+template <class R>
+struct OneLane {
+  using V = R;
+  static V set(R value) { return value; }
+  static V add(V a, V b) { return a + b; }
+  static V sub(V a, V b) { return a - b; }
+  static V mul(V a, V b) { return a * b; }
+  static V div(V a, V b) { return a / b; }
+  static V floor(V a) { return std::floor(a); }
+  static V abs(V a) { return std::abs(a); }
+  /// `a < b ? yes : no`
+  static V ifLess(V a, V b, V yes, V no) { return a < b ? yes : no; }
+  /// `a <= b ? yes : no`
+  static V ifLessOrEqual(V a, V b, V yes, V no) { return a <= b ? yes : no; }
+};
+
+#ifdef TAVI_USE_HIGHWAY
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class R>
+struct VectorLanes {
+  using Tag = hn::ScalableTag<R>;
+  using V = hn::Vec<Tag>;
+  template <class T>
+  using Beside = hn::Rebind<T, Tag>;  // as many lanes of another type
+
+  static SizeType count() { return hn::Lanes(Tag()); }
+  static V set(R value) { return hn::Set(Tag(), value); }
+  static V add(V a, V b) { return hn::Add(a, b); }
+  static V sub(V a, V b) { return hn::Sub(a, b); }
+  static V mul(V a, V b) { return hn::Mul(a, b); }
+  static V div(V a, V b) { return hn::Div(a, b); }
+  static V floor(V a) { return hn::Floor(a); }
+  static V abs(V a) { return hn::Abs(a); }
+  static V ifLess(V a, V b, V yes, V no) { return hn::IfThenElse(hn::Lt(a, b), yes, no); }
+  static V ifLessOrEqual(V a, V b, V yes, V no) { return hn::IfThenElse(hn::Le(a, b), yes, no); }
+
+  /// The next voxels of a row, exactly. `R` is double for 32-bit integers.
+  template <class In>
+  static V load(const In* from) {
+    const Beside<int32> whole;
+    const auto voxels = hn::LoadU(Beside<In>(), from);
+    if constexpr (std::is_same_v<In, R>) {
+      return voxels;
+    } else if constexpr (std::is_same_v<In, uint32>) {
+      return add(real(hn::BitCast(whole, hn::Xor(voxels, hn::Set(Beside<uint32>(), signBit)))), set(halfRange));
+    } else if constexpr (sizeof(In) < 4) {
+      return real(hn::PromoteTo(whole, voxels));
+    } else {
+      return hn::PromoteTo(Tag(), voxels);
+    }
+  }
+
+  /// Writes what a rule gives.
+  template <class Out>
+  static void store(V values, Out* to) {
+    const Beside<Out> out;
+    if constexpr (std::is_same_v<Out, R>) {
+      hn::StoreU(values, out, to);
+    } else if constexpr (std::is_same_v<Out, uint32>) {
+      const auto upper = hn::Ge(values, set(halfRange));
+      const auto low = truncated(hn::Sub(values, hn::IfThenElseZero(upper, set(halfRange))));
+      const auto high = truncated(hn::IfThenElseZero(upper, set(-halfRange)));
+      hn::StoreU(hn::BitCast(out, hn::Xor(low, high)), out, to);
+    } else if constexpr (sizeof(Out) < 4) {
+      hn::StoreU(hn::DemoteTo(out, truncated(values)), out, to);
+    } else if constexpr (std::is_same_v<Out, int32>) {
+      hn::StoreU(truncated(values), out, to);
+    } else {
+      hn::StoreU(hn::DemoteTo(out, values), out, to);
+    }
+  }
+
+private:
+  static constexpr uint32 signBit = 0x80000000u;
+  static constexpr R halfRange = R(2147483648.0);
+
+  template <class Integers>
+  static V real(Integers values) {
+    if constexpr (sizeof(R) == 4) {
+      return hn::ConvertTo(Tag(), values);
+    } else {
+      return hn::PromoteTo(Tag(), values);
+    }
+  }
+  static auto truncated(V values) {
+    if constexpr (sizeof(R) == 4) {
+      return hn::ConvertTo(Beside<int32>(), values);
+    } else {
+      return hn::DemoteTo(Beside<int32>(), values);
+    }
+  }
+};
+#endif
+
+/// A rule on lanes as a rule on voxels, for `transformVoxels`.
+template <class In, class Out, class Rule>
+struct LanewiseRule {
+  using Real = typename Rule::Real;
+  Rule rule;
+
+  Out operator()(In x) const {
+    const Real result = rule.map(OneLane<Real>(), static_cast<Real>(x));
+    if constexpr (std::is_same_v<Out, uint32>) {
+      return static_cast<Out>(static_cast<int64>(result));
+    } else {
+      return static_cast<Out>(result);
+    }
+  }
+
+  void row(const In* input, Out* output, SizeType count) const {
+    SizeType done = 0;
+#ifdef TAVI_USE_HIGHWAY
+    using Lanes = VectorLanes<Real>;
+    const Rule constants = rule;  // which no store into the row can change
+    const SizeType whole = count - count % Lanes::count();
+    for (; done < whole; done += Lanes::count()) {
+      Lanes::store(constants.map(Lanes(), Lanes::load(input + done)), output + done);
+    }
+#endif
+    for (; done < count; ++done) {
+      output[done] = (*this)(input[done]);
+    }
+  }
+};
+
+}  // namespace NORV::TaviOperators::Impl

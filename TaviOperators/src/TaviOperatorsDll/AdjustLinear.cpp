@@ -1,0 +1,39 @@
+#include <AdjustLinear.hpp>
+#include <DLL/AdjustLinear.hpp>
+#include <Impl/Dispatch.hpp>
+#include <Impl/Instances.hpp>
+
+#include <type_traits>
+
+namespace NORV::TaviOperators::DLL {
+namespace {
+
+namespace Typed = TaviOperators::AdjustLinear;
+using Typed::names;
+
+template <class T>
+using OtherThanUint8 = std::negation<std::is_same<T, uint8>>;
+template <class T>
+using OtherThanUint16 = std::negation<std::is_same<T, uint16>>;
+
+using Instances = Impl::Concat<Impl::Same<Impl::AllVoxelTypes>,
+                               Impl::Pairs<Impl::Filter<OtherThanUint8, Impl::AllVoxelTypes>, Impl::TypeList<uint8>>,
+                               Impl::Pairs<Impl::Filter<OtherThanUint16, Impl::AllVoxelTypes>, Impl::TypeList<uint16>>>;
+
+}  // namespace
+
+AdjustLinear::Operator::Operator() { Impl::constructEach<Typed::Operator, Instances>(); }
+AdjustLinear::Operator::Operator(const Operator&) = default;
+AdjustLinear::Operator::~Operator() = default;
+AdjustLinear::Operator& AdjustLinear::Operator::operator=(const Operator&) = default;
+
+SmartPointer<IOperator> AdjustLinear::Operator::getOperatorFromParameterObject(
+    SmartPointer<IComposite> composite) const {
+  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
+  const SmartPointer<IVolume> input = parameter->inputVolume.value();
+  const SmartPointer<IVolume> output = parameter->outputVolume.value();
+  Impl::require(input != nullptr && output != nullptr, names.inFrame("inputVolume or outputVolume is NULL!"));
+  return Impl::createOperator(names, input, output);
+}
+
+}  // namespace NORV::TaviOperators::DLL

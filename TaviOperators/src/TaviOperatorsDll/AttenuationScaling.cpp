@@ -1,0 +1,30 @@
+#include <AttenuationScaling.hpp>
+#include <DLL/AttenuationScaling.hpp>
+#include <Impl/Dispatch.hpp>
+#include <Impl/Instances.hpp>
+
+namespace NORV::TaviOperators::DLL {
+namespace {
+
+namespace Typed = TaviOperators::AttenuationScaling;
+using Typed::names;
+
+using Instances = Impl::Pairs<Impl::TypeList<uint8, uint16>, Impl::TypeList<uint8, uint16, uint32, float32, float64>>;
+
+}  // namespace
+
+AttenuationScaling::Operator::Operator() { Impl::constructEach<Typed::Operator, Instances>(); }
+AttenuationScaling::Operator::Operator(const Operator&) = default;
+AttenuationScaling::Operator::~Operator() = default;
+AttenuationScaling::Operator& AttenuationScaling::Operator::operator=(const Operator&) = default;
+
+SmartPointer<IOperator> AttenuationScaling::Operator::getOperatorFromParameterObject(
+    SmartPointer<IComposite> composite) const {
+  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
+  const SmartPointer<IVolume> input = parameter->inputVolume.value();
+  const SmartPointer<IVolume> output = parameter->outputVolume.value();
+  Impl::requireGiven(input, names.inFrame("inputVolume is NULL!"));
+  return Impl::createOperator(names, input, Impl::orElse(output, input));
+}
+
+}  // namespace NORV::TaviOperators::DLL
