@@ -95,6 +95,7 @@ TEST(AllocatorsTest, BlockIsReleasedOnceWithTheLastThatSharesIt) {
 }
 
 TEST(AllocatorsFailures, SizesBeyondAnyMemoryAreBadAlloc) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
   for (const Dim& dimension :
        {Dim(SizeType{1} << 62, 1, 1), Dim(SizeType{1} << 61, 1, 1), Dim(~SizeType{0}, 1, 1),
         Dim((SizeType{1} << 61) - 1, 1, 1), Dim(SizeType{1} << 20, SizeType{1} << 20, SizeType{1} << 20)}) {
@@ -107,6 +108,7 @@ TEST(AllocatorsFailures, SizesBeyondAnyMemoryAreBadAlloc) {
 }
 
 TEST(AllocatorsFailures, EveryAllocationMayFailWithoutALeak) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
   const std::int64_t before = Tests::blocksInUse();
   for (const SizeType size : {SizeType{100}, SizeType{5} << 20}) {
     const int failures = Tests::failEachAllocation(

@@ -209,7 +209,9 @@ TEST_F(SmartPointerTest, LastOwnerDeletesTheObjectAndANonOwningHandleKeepsTheCou
     const DynamicCast<Derived, Base> handle(*base);
     base.reset();
     EXPECT_EQ(living, 0) << "the object goes with its last owner";
-    EXPECT_GT(Tests::blocksInUse(), before) << "the counts stay for the handle";
+    if (Tests::allocationsCanFail()) {
+      EXPECT_GT(Tests::blocksInUse(), before) << "the counts stay for the handle";
+    }
     const SmartPointer<Derived> late(handle);
     EXPECT_TRUE(late == 0) << "a cast never makes an owner of a dead object";
     EXPECT_EQ(late.getNumberOfOwners(), 0u);
@@ -297,6 +299,7 @@ TEST_F(SmartPointerFailures, ShiftingNeedsExactlyOneOwner) {
 }
 
 TEST_F(SmartPointerFailures, ObjectIsDeletedWhereItsCountsFindNoMemory) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
   auto* object = new Derived;
   EXPECT_THROW(
       {

@@ -6,6 +6,25 @@
 #include <limits>
 #include <new>
 
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define TAVI_FIXED_ALLOCATOR
+#endif
+#endif
+
+#ifdef TAVI_FIXED_ALLOCATOR
+
+namespace NORV::Tests {
+
+bool allocationsCanFail() noexcept { return false; }
+FailingAllocation::FailingAllocation(std::size_t) noexcept {}
+FailingAllocation::~FailingAllocation() = default;
+std::int64_t blocksInUse() noexcept { return 0; }
+
+}  // namespace NORV::Tests
+
+#else
+
 namespace {
 
 constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
@@ -79,9 +98,13 @@ void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { re
 
 namespace NORV::Tests {
 
+bool allocationsCanFail() noexcept { return true; }
+
 FailingAllocation::FailingAllocation(std::size_t allowed) noexcept { allowedAllocations = allowed; }
 FailingAllocation::~FailingAllocation() { allowedAllocations = unlimited; }
 
 std::int64_t blocksInUse() noexcept { return inUse.load(std::memory_order_relaxed); }
 
 }  // namespace NORV::Tests
+
+#endif

@@ -1,10 +1,23 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <new>
 
 namespace NORV::Tests {
+
+/// Whether allocations can be made to fail: clang's race detector brings a global allocator of its own, which cannot be
+/// replaced and ends the program where memory runs out.
+bool allocationsCanFail() noexcept;
+
+/// First in each test that lets allocations fail, or asks for more than any memory holds.
+#define SKIP_UNLESS_ALLOCATIONS_CAN_FAIL()                         \
+  if (!NORV::Tests::allocationsCanFail()) {                        \
+    GTEST_SKIP() << "this program's allocator cannot be replaced"; \
+  }                                                                \
+  static_assert(true)
 
 /// While it lives, this thread's allocations from the global allocator fail after `allowed` further ones. A program
 /// that uses it compiles FailingAllocation.cpp, which replaces the global allocator.
@@ -16,7 +29,7 @@ public:
   ~FailingAllocation();
 };
 
-/// Blocks from the global allocator that are in use in the whole program.
+/// Blocks from the global allocator that are in use in the whole program; always 0 where it cannot be replaced.
 std::int64_t blocksInUse() noexcept;
 
 /// Lets each allocation of `act` fail in turn, until one more call succeeds, and calls `check` after each failure.
