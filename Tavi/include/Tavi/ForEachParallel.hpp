@@ -213,9 +213,9 @@ private:
       runChunk(0, progress);
       return;
     }
+    Progress unheard;  // made here, since no failure may leave the parallel region
 #pragma omp parallel for schedule(static) num_threads(boundedTeam(chunks))
     for (int64 i = 0; i < static_cast<int64>(chunks); ++i) {
-      Progress unheard;
       runChunk(static_cast<SizeType>(i), omp_get_thread_num() == 0 ? progress : &unheard);
     }
   }
