@@ -46,18 +46,17 @@ public:
     const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
     const Impl::FileWords words(getType());
     Impl::File file(words.checkedName(parameter->inputFilename.value()), Impl::File::Mode::read, words);
-    const RecHeader_V260 header = Impl::readRekHeader(file, words);
-    words.require(header.voxelTypeCode == Impl::rekVoxelType<T>.code,
+    const Impl::RekFileStart start = Impl::readRekFileStart(file, words);
+    words.require(start.header.voxelTypeCode == Impl::rekVoxelType<T>.code,
                   " operator specialization does not fit to the REK file (wrong voxel type)");
-    const auto extents =
-        Impl::resolveRekExtents(header, file.size() - sizeof header, sizeof(T), Impl::RekExtents::positive, words);
+    const auto extents = Impl::resolveRekExtents(start, sizeof(T), Impl::RekExtents::positive, words);
 
     const auto output = this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), extents);
     this->setTotal(extents.tert);
     Impl::transferSlices(*this, output, Impl::Direction::intoVolume,
                          [&file](T* voxels, SizeType bytes) { file.read(voxels, bytes, " could not read raw data"); });
     parameter->outputVolume = output;
-    parameter->outputHeader = RekHeaderPtr(new RekHeaderPtr::Pointee(header));
+    parameter->outputHeader = RekHeaderPtr(new RekHeaderPtr::Pointee(start.header));
   }
 };
 

@@ -42,14 +42,13 @@ public:
     const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
     const Impl::FileWords words(getType());
     Impl::File file(words.checkedName(parameter->inputFilename.value()), Impl::File::Mode::read, words);
-    const RecHeader_V260 header = Impl::readRekHeader(file, words);
-    const auto type = Impl::findRekVoxelType(header.voxelTypeCode);
+    const Impl::RekFileStart start = Impl::readRekFileStart(file, words);
+    const auto type = Impl::findRekVoxelType(start.header.voxelTypeCode);
     words.require(type.has_value(), " unknown voxel type");
-    const auto extents =
-        Impl::resolveRekExtents(header, file.size() - sizeof header, type->bytes, Impl::RekExtents::nonZero, words);
+    const auto extents = Impl::resolveRekExtents(start, type->bytes, Impl::RekExtents::nonZero, words);
     parameter->outputVoxelType = std::string(type->name);
     parameter->outputDimension = extents;
-    parameter->outputHeader = RekHeaderPtr(new RekHeaderPtr::Pointee(header));
+    parameter->outputHeader = RekHeaderPtr(new RekHeaderPtr::Pointee(start.header));
   }
 };
 

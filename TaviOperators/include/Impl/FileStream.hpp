@@ -42,20 +42,19 @@ private:
   std::string _name;
 };
 
-/// A plain file of any size, closed when it goes. It has no buffer of its own: each read or write is one call for the
-/// bytes of the caller.
+/// A plain file of any size, closed when it goes; other streams offer the same `read`, `write` and `close`. It has no
+/// buffer of its own: each read or write is one call for the bytes of the caller. A transfer of fewer bytes than asked
+/// for fails with the words given. Directories, pipes and sockets do not open.
 class File {
 public:
   enum class Mode { read, write };
 
   File(const std::string& name, Mode mode, const FileWords& words) : _words(words) {
-    // Opening a directory to read succeeds, and opening a pipe waits for whoever writes to it.
+    // A directory opens to be read, and a pipe would wait for its other end: to open, or to take what is written.
     std::error_code ignored;
     const auto status = std::filesystem::status(name, ignored);
-    const bool suitable =
-        mode == Mode::write || !(std::filesystem::is_directory(status) || std::filesystem::is_fifo(status) ||
-                                 std::filesystem::is_socket(status));
-    if (suitable) {
+    if (!std::filesystem::is_directory(status) && !std::filesystem::is_fifo(status) &&
+        !std::filesystem::is_socket(status)) {
       _file = std::fopen(name.c_str(), mode == Mode::read ? "rb" : "w+b");
     }
     _words.require(_file != nullptr, " failed to open file");

@@ -36,49 +36,62 @@ inline std::optional<RekVoxelType> findRekVoxelType(uint16 code) {
   return found != rekVoxelTypes.end() ? std::optional(*found) : std::nullopt;
 }
 
-/// Reads the header of a file that must hold at least one byte more. `File` has `size` and `read`.
-template <class File>
-RecHeader_V260 readRekHeader(File& file, const FileWords& words) {
-  words.require(file.size() > sizeof(RecHeader_V260), " file is smaller than the REK header");
+/// The next 2048 bytes of a stream, which has `read`.
+template <class Stream>
+RecHeader_V260 readRekHeader(Stream& stream) {
   RecHeader_V260 header;
-  file.read(&header, sizeof header, " failed to read REK header");
+  stream.read(&header, sizeof header, " failed to read REK header");
   return header;
+}
+
+/// The beginning of a file, and how many bytes follow it.
+struct RekFileStart {
+  RecHeader_V260 header;
+  SizeType dataBytes = 0;
+};
+
+/// Reads the header of a file that must hold at least one byte more. The size is asked for once: all rules see the same
+/// one, also if the file changes meanwhile.
+inline RekFileStart readRekFileStart(File& file, const FileWords& words) {
+  const SizeType size = file.size();
+  words.require(size > sizeof(RecHeader_V260), " file is smaller than the REK header");
+  return {readRekHeader(file), size - sizeof(RecHeader_V260)};
 }
 
 /// When a description of the extents counts: readers of voxels take positive fields only; the type reader takes
 /// whatever is not zero, so that it reports negative fields.
 enum class RekExtents { positive, nonZero };
 
-/// The extents of the volume: of the three descriptions in the header those count whose voxels fill the file behind the
-/// header exactly, and they must agree.
-inline Dimension<SizeType> resolveRekExtents(const RecHeader_V260& header, SizeType dataBytes, SizeType voxelBytes,
-                                             RekExtents rule, const FileWords& words) {
-  struct Candidate {
-    Dimension<SizeType> extents;
-    bool fits = false;
-  };
-  const auto candidate = [&](int64 x, int64 y, int64 z) {
-    Candidate found;
-    const bool counts = rule == RekExtents::positive ? x > 0 && y > 0 && z > 0 : x != 0 && y != 0 && z != 0;
-    if (counts) {
-      Dimension<int64>(x, y, z).check();
-      found.extents = Dimension<SizeType>(static_cast<SizeType>(x), static_cast<SizeType>(y), static_cast<SizeType>(z));
-    }
-    SizeType bytes = 0;
-    const bool overflows = __builtin_mul_overflow(found.extents.size(), voxelBytes, &bytes);
-    found.fits = !overflows && bytes == dataBytes;
-    return found;
-  };
-  const std::array candidates{candidate(header.shortX, header.shortY, header.shortZ),
-                              candidate(header.longX, header.longY, header.longZ),
-                              candidate(header.imageWidth, header.imageHeight, 1)};
-  const auto fits = [](const Candidate& one) { return one.fits; };
-  const auto* first = std::find_if(candidates.begin(), candidates.end(), fits);
-  words.require(first != candidates.end(), " file size does not fit to the dimensions specified in the header");
-  words.require(std::all_of(first, candidates.end(),
-                            [&](const Candidate& one) { return !one.fits || one.extents == first->extents; }),
-                " the dimensions specified in the header are ambiguous");
-  return first->extents;
+/// One description of the extents, if it counts; the empty volume otherwise.
+inline Dimension<SizeType> rekCandidate(int64 x, int64 y, int64 z, RekExtents rule) {
+  const bool counts = rule == RekExtents::positive ? x > 0 && y > 0 && z > 0 : x != 0 && y != 0 && z != 0;
+  if (!counts) {
+    return {};
+  }
+  Dimension<int64>(x, y, z).check();
+  return {static_cast<SizeType>(x), static_cast<SizeType>(y), static_cast<SizeType>(z)};
+}
+
+/// The extents of the volume: of the three descriptions in the header those count whose voxels fill the `dataBytes`
+/// behind the header exactly, and they must agree.
+inline Dimension<SizeType> resolveRekExtents(const RekFileStart& file, SizeType voxelBytes, RekExtents rule,
+                                             const FileWords& words) {
+  const RecHeader_V260& header = file.header;
+  const std::array candidates{rekCandidate(header.shortX, header.shortY, header.shortZ, rule),
+                              rekCandidate(header.longX, header.longY, header.longZ, rule),
+                              rekCandidate(header.imageWidth, header.imageHeight, 1, rule)};
+  std::array<bool, candidates.size()> fits{};
+  for (std::size_t i = 0; i < candidates.size(); ++i) {
+    SizeType bytes = 0;  // what 64 bits cannot count fits no file
+    fits[i] = !__builtin_mul_overflow(candidates[i].size(), voxelBytes, &bytes) && bytes == file.dataBytes;
+  }
+  const auto first = static_cast<std::size_t>(std::find(fits.begin(), fits.end(), true) - fits.begin());
+  words.require(first < candidates.size(), " file size does not fit to the dimensions specified in the header");
+  for (std::size_t i = first + 1; i < candidates.size(); ++i) {
+    words.require(!fits[i] || candidates[i] == candidates[first],
+                  " the dimensions specified in the header are ambiguous");
+  }
+  return candidates[first];
 }
 
 /// The lower-cased text behind the last dot; empty if there is none.
