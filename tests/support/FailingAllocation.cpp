@@ -1,0 +1,87 @@
+#include "support/FailingAllocation.hpp"
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+namespace {
+
+constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
+// Sanitizers end the program over requests beyond what they support, where other allocators just refuse.
+constexpr std::size_t largestRequest = std::size_t{1} << 38;
+
+thread_local std::size_t allowedAllocations = unlimited;
+std::atomic<std::int64_t> inUse{0};
+
+bool refused(std::size_t size) {
+  if (size > largestRequest || allowedAllocations == 0) {
+    return true;
+  }
+  if (allowedAllocations != unlimited) {
+    --allowedAllocations;
+  }
+  return false;
+}
+
+void* allocate(std::size_t size, std::size_t alignment) noexcept {
+  if (refused(size)) {
+    return nullptr;
+  }
+  void* block = nullptr;
+  if (alignment <= alignof(std::max_align_t)) {
+    block = std::malloc(size > 0 ? size : 1);
+  } else if (posix_memalign(&block, alignment, size) != 0) {
+    block = nullptr;
+  }
+  if (block != nullptr) {
+    inUse.fetch_add(1, std::memory_order_relaxed);
+  }
+  return block;
+}
+
+void* allocateOrThrow(std::size_t size, std::size_t alignment) {
+  void* const block = allocate(size, alignment);
+  if (block == nullptr) {
+    throw std::bad_alloc();
+  }
+  return block;
+}
+
+void release(void* block) noexcept {
+  if (block != nullptr) {
+    inUse.fetch_sub(1, std::memory_order_relaxed);
+    std::free(block);
+  }
+}
+
+std::size_t plain(std::align_val_t alignment) { return static_cast<std::size_t>(alignment); }
+
+}  // namespace
+
+void* operator new(std::size_t size) { return allocateOrThrow(size, 0); }
+void* operator new[](std::size_t size) { return allocateOrThrow(size, 0); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return allocate(size, 0); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return allocate(size, 0); }
+void* operator new(std::size_t size, std::align_val_t alignment) { return allocateOrThrow(size, plain(alignment)); }
+void* operator new[](std::size_t size, std::align_val_t alignment) { return allocateOrThrow(size, plain(alignment)); }
+void operator delete(void* block) noexcept { release(block); }
+void operator delete[](void* block) noexcept { release(block); }
+void operator delete(void* block, std::size_t) noexcept { release(block); }
+void operator delete[](void* block, std::size_t) noexcept { release(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { release(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { release(block); }
+void operator delete(void* block, std::align_val_t) noexcept { release(block); }
+void operator delete[](void* block, std::align_val_t) noexcept { release(block); }
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept { release(block); }
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { release(block); }
+
+namespace NORV::Tests {
+
+FailingAllocation::FailingAllocation(std::size_t allowed) noexcept { allowedAllocations = allowed; }
+FailingAllocation::~FailingAllocation() { allowedAllocations = unlimited; }
+
+std::int64_t blocksInUse() noexcept { return inUse.load(std::memory_order_relaxed); }
+
+}  // namespace NORV::Tests
