@@ -4,6 +4,7 @@
 #   make test                      sets everything up, builds, runs all tests
 #   make bench [FILTER=regex]      measures
 #   make asan, make tsan           all tests under the sanitizers
+#   make docs                      renews the generated parts of the documentation
 #   make format, make tidy         formatting, static analysis
 
 SHELL := /bin/bash
@@ -14,7 +15,7 @@ export CMAKE_GENERATOR CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
 
 SOURCES = git ls-files -z -- '*.hpp' '*.cpp'
 
-.PHONY: demo test bench asan tsan format tidy release packages packages-tsan
+.PHONY: demo test bench asan tsan docs format tidy release packages packages-tsan
 
 demo: release
 	scripts/demo $(INPUT)
@@ -36,6 +37,9 @@ tsan: packages-tsan
 	cmake --preset tsan
 	cmake --build --preset tsan
 	ctest --preset tsan
+
+docs: release
+	scripts/docs
 
 format:
 	$(SOURCES) | xargs -0 --no-run-if-empty clang-format -i

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <Common.hpp>
+#include <Session.hpp>
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// The commands of the tool. Each prints its result to standard output, as text or as JSON, and throws UsageError,
+/// Failure or Interrupted.
+namespace NORV::TaviTool {
+
+enum class Layout { text, markdown };
+
+void listCommand(const Session& session, Layout layout);
+
+/// Keys and voxel types of one operator, or of all where the name is empty.
+void describeCommand(const Session& session, const std::string& op, Layout layout);
+
+void infoCommand(Session& session, const std::string& file);
+
+/// Each argument is "key=value".
+void runCommand(Session& session, const std::string& op, const std::vector<std::string>& arguments);
+
+struct SliceOptions {
+  std::string file;
+  std::string axis = "z";
+  std::optional<SizeType> index;  ///< the middle one if not given
+  std::string range;              ///< "low:high"; the extremes of the volume if empty
+  std::string picture;
+};
+void sliceCommand(Session& session, const SliceOptions& options);
+
+void phantomCommand(Session& session, const std::string& file);
+
+struct DemoOptions {
+  std::string input;  ///< the phantom if empty
+  std::string folder = "tavi-demo";
+};
+void demoCommand(Session& session, const DemoOptions& options);
+
+/// Parses the command line, runs the command and reports its failures; returns the exit status.
+int runTool(int argc, const char* const* argv);
+
+/// How many threads operators use from now on that are not told otherwise.
+void setNumberOfThreads(int threads);
+
+void printJson(const Json& json);
+
+}  // namespace NORV::TaviTool

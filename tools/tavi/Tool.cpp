@@ -1,0 +1,152 @@
+#include <Commands.hpp>
+#include <Tavi/Exceptions.hpp>
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+#include <functional>
+#include <new>
+
+namespace NORV::TaviTool {
+namespace {
+
+constexpr const char* runHelp =
+    R"(Values:
+  volumes         a file; its end tells its kind. Volumes to write may name their voxel type and extents, which
+                  some operators need to choose what they do: outputVolume=out.rek:uint16 or out.rek:uint16:64x64x64
+  modify keys     <file to read>:<file to write>
+  volume lists    <file>,<file>,...
+  grey values     a number of the voxel type of the input or output volume, as "tavi describe" says
+  flags           true or false
+  dimensions      AxBxC along x, y, z
+  regions         AxBxC+x+y+z
+Results that are no volumes are printed by name.)";
+
+/// One line for the text, one for the hint.
+void report(const Session& session, const char* text, const std::string& hint, int status) {
+  const auto oneLine = [](std::string line) {
+    for (char& c : line) {
+      c = c == '\n' || c == '\r' ? ' ' : c;
+    }
+    return line;
+  };
+  std::fflush(stdout);
+  std::fprintf(stderr, "tavi: %s\n", oneLine(text).c_str());
+  if (!hint.empty()) {
+    std::fprintf(stderr, "      %s\n", oneLine(hint).c_str());
+  }
+  if (session.json) {
+    printJson({{"error", text}, {"hint", hint}, {"status", status}});
+  }
+}
+
+int guarded(Session& session, const std::function<void()>& command) {
+  try {
+    command();
+    if (std::fflush(stdout) != 0) {
+      throw Failure("the result could not be written to standard output");
+    }
+    return 0;
+  } catch (const UsageError& e) {
+    report(session, e.what(), {}, 2);
+    return 2;
+  } catch (const Failure& e) {
+    report(session, e.what(), e.hint(), 1);
+  } catch (const Interrupted& e) {
+    report(session, e.what(), {}, 128 + e.signal());
+    return 128 + e.signal();
+  } catch (const Exceptions::Exception& e) {
+    report(session, e.getErrorMessage(), e.getOrigin(), 1);
+  } catch (const std::bad_alloc&) {
+    report(session, "memory ran out", {}, 1);
+  } catch (const std::exception& e) {
+    report(session, e.what(), {}, 1);
+  }
+  return 1;
+}
+
+/// Everything the command line can hold.
+struct Arguments {
+  Session session;
+  int threads = 0;
+  bool markdown = false;
+  std::string op;
+  std::string file;
+  std::vector<std::string> assignments;
+  SliceOptions slice;
+  DemoOptions demo;
+  std::function<void()> command;
+
+  Layout layout() const { return markdown ? Layout::markdown : Layout::text; }
+};
+
+void addCommands(CLI::App& app, Arguments& a) {
+  const auto add = [&](const char* name, const char* description, std::function<void()> command) {
+    CLI::App* sub = app.add_subcommand(name, description);
+    sub->fallthrough();
+    sub->callback([&a, command = std::move(command)] { a.command = command; });
+    return sub;
+  };
+  CLI::App* list = add("list", "Lists the operators", [&a] { listCommand(a.session, a.layout()); });
+  list->add_flag("--markdown", a.markdown, "As rows of a Markdown table");
+
+  CLI::App* describe = add("describe", "Tells the keys of an operator, or of all",
+                           [&a] { describeCommand(a.session, a.op, a.layout()); });
+  describe->add_option("operator", a.op, "Its name; all operators if absent");
+  describe->add_flag("--markdown", a.markdown, "As a page of the documentation");
+
+  CLI::App* info = add("info", "Tells voxel type, extents and grey values of a volume file",
+                       [&a] { infoCommand(a.session, a.file); });
+  info->add_option("file", a.file, "Volume file")->required();
+
+  CLI::App* run = add("run", "Runs an operator", [&a] { runCommand(a.session, a.op, a.assignments); });
+  run->add_option("operator", a.op, "Its name")->required();
+  run->add_option("key=value", a.assignments, "Keys as \"tavi describe <operator>\" shows them");
+  run->footer(runHelp);
+
+  CLI::App* slice = add("slice", "Draws a slice of a volume", [&a] { sliceCommand(a.session, a.slice); });
+  slice->add_option("file", a.slice.file, "Volume file")->required();
+  slice->add_option("--axis", a.slice.axis, "Axis the slice lies across: x, y or z")->capture_default_str();
+  slice->add_option("--index", a.slice.index, "Which slice; the middle one if absent");
+  slice->add_option("--range", a.slice.range, "Grey values low:high for black and white; the extremes if absent");
+  slice->add_option("-o,--output", a.slice.picture, "Picture to write, a portable grey map (.pgm)")->required();
+
+  CLI::App* phantom = add("phantom", "Writes a made-up scan of a part with pores and inclusions, and its truth",
+                          [&a] { phantomCommand(a.session, a.file); });
+  phantom->add_option("file", a.file, "Volume file to write; the truth goes to the same name with .json")->required();
+
+  CLI::App* demo = add("demo", "Runs a whole job and tells what it does", [&a] { demoCommand(a.session, a.demo); });
+  demo->add_option("file", a.demo.input, "Volume file; a made-up scan if absent");
+  demo->add_option("-o,--output", a.demo.folder, "Folder for the results")->capture_default_str();
+}
+
+}  // namespace
+
+int runTool(int argc, const char* const* argv) {
+  Arguments arguments;
+  CLI::App app("Operators on three-dimensional voxel volumes, from the command line", "tavi");
+  app.require_subcommand(1);
+  app.add_flag("--json", arguments.session.json, "Results for machines, on standard output");
+  app.add_flag("-q,--quiet", arguments.session.quiet, "No progress on standard error");
+  app.add_option("--threads", arguments.threads, "Worker threads of operators that are not told otherwise")
+      ->check(CLI::Range(1, 1024));
+  app.footer("Status: 0 done, 1 failed, 2 wrong usage, 130 interrupted.");
+  addCommands(app, arguments);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
+      return app.exit(e);  // help
+    }
+    report(arguments.session, e.what(), "\"tavi --help\" and \"tavi <command> --help\" show what there is", 2);
+    return 2;
+  }
+  if (arguments.threads > 0) {
+    setNumberOfThreads(arguments.threads);
+  }
+  return guarded(arguments.session, arguments.command);
+}
+
+}  // namespace NORV::TaviTool
