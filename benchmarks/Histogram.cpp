@@ -7,7 +7,7 @@
 #include <DLL/KMeansHistogramSegmentation.hpp>
 #include <HistogramEqualization.hpp>
 #include <HistogramSpecificationUsingReferenceVolume.hpp>
-#include <Impl/StepTable.hpp>
+#include <Impl/TableRule.hpp>
 #include <Impl/TransformVoxels.hpp>
 #include <Impl/Unstoppable.hpp>
 #include <KMeansHistogramSegmentation.hpp>
@@ -191,7 +191,7 @@ void labelling(benchmark::State& state) {
     table[i] = static_cast<T>(1 + i * (steps + 1) / table.size());
   }
   TaviOperators::Impl::Unstoppable self;
-  const TaviOperators::Impl::StepTable<T, T> rule(table.data());
+  const TaviOperators::Impl::TableRule<T, T> rule(table.data());
   measure<T>(state, 2 * sizeof(T), [&](const VolumePtr<T>& input, int threads) {
     const Volume<T>& constInput = *input;
     TaviOperators::Impl::transformVoxels(self, threads, TaviOperators::Impl::Steps::silent, rule, Tavi::viewOf(*output),
@@ -203,9 +203,7 @@ void sources(benchmark::internal::Benchmark* bench) {
   bench->ArgNames({"source", "threads"})->ArgsProduct({{ofScan, ofNoise}, {1, 0}})->UseRealTime();
 }
 void sourcesAndClasses(benchmark::internal::Benchmark* bench) {
-  bench->ArgNames({"source", "threads", "classes"})
-      ->ArgsProduct({{ofScan, ofNoise}, {1, 0}, {4, 12, 40}})
-      ->UseRealTime();
+  bench->ArgNames({"source", "threads", "classes"})->ArgsProduct({{ofScan, ofNoise}, {1, 0}, {4, 40}})->UseRealTime();
 }
 
 BENCHMARK(memoryCopy<uint8>)->Apply(sources);

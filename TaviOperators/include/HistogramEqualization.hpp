@@ -4,6 +4,7 @@
 #include <Impl/Dispatch.hpp>
 #include <Impl/PerThread.hpp>
 #include <Impl/SliceLoop.hpp>
+#include <Impl/TableRule.hpp>
 #include <Impl/TransformVoxels.hpp>
 #include <Impl/Unstoppable.hpp>
 #include <Operator.hpp>
@@ -15,7 +16,6 @@
 #include <atomic>
 #include <limits>
 #include <stdexcept>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -193,12 +193,12 @@ private:
       Impl::transformVoxels(self, threads, Impl::Steps::silent, Impl::Schedule::dynamic, fastRule, output, input);
     };
     if constexpr (hasTable) {
-      using Unsigned = std::make_unsigned_t<T>;
-      std::vector<T> table(Tavi::Histogram::VoxelCounter<T>::bins);
+      using Table = Impl::TableRule<T, T>;
+      std::vector<T> table(Table::bins);
       for (SizeType i = 0; i < table.size(); ++i) {
         table[i] = rule(static_cast<T>(i));
       }
-      run([entries = table.data()](T value) { return entries[static_cast<Unsigned>(value)]; });
+      run(Table(table.data()));
     } else {
       run(rule);
     }

@@ -2,6 +2,7 @@
 
 #include <Impl/Dispatch.hpp>
 #include <Impl/SliceLoop.hpp>
+#include <Impl/TableRule.hpp>
 #include <Impl/Unstoppable.hpp>
 #include <Operator.hpp>
 #include <Tavi/ForEachParallel.hpp>
@@ -88,17 +89,15 @@ inline SizeType findShare(const std::vector<double>& shares, double share) {
 template <class T>
 class Functor final : public Tavi::Iterating::Functor {
 public:
-  explicit Functor(std::vector<T> map) : _map(std::move(map)) {}
+  explicit Functor(std::vector<T> map) : _map(std::move(map)), _rule(_map.data()) {}
+  Functor(const Functor& other) : Tavi::Iterating::Functor(other), _map(other._map), _rule(_map.data()) {}
+  Functor& operator=(const Functor&) = delete;
   void operator()(const T& input, T& output) const { output = _map[input]; }
-  void row(const T* input, T* output, SizeType count) const {
-    const T* const map = _map.data();
-    for (SizeType i = 0; i < count; ++i) {
-      output[i] = map[input[i]];
-    }
-  }
+  void row(const T* input, T* output, SizeType count) const { _rule.row(input, output, count); }
 
 private:
   std::vector<T> _map;
+  Impl::TableRule<T, T> _rule;
 };
 
 /// Its progress is that of the walk over the voxels, hence the operator form of the core.

@@ -4,7 +4,7 @@
 #include <Impl/CountVoxels.hpp>
 #include <Impl/Dispatch.hpp>
 #include <Impl/HistogramKMeans.hpp>
-#include <Impl/StepTable.hpp>
+#include <Impl/TableRule.hpp>
 #include <Impl/TransformVoxels.hpp>
 #include <Operator.hpp>
 
@@ -93,7 +93,7 @@ public:
     cluster(means, histogram, iterations == 0 ? noLimit : iterations, epsilon, view.dimTert);
     const std::vector<Out> labels = labelsOf(means, histogram);
     this->setDone(2 * view.dimTert);
-    Impl::transformVoxels(*this, threads, Impl::Steps::counted, Impl::StepTable<In, Out>(labels.data()),
+    Impl::transformVoxels(*this, threads, Impl::Steps::counted, Impl::TableRule<In, Out>(labels.data()),
                           Impl::viewOf(*output), view);
     if (!this->isAborted()) {
       parameter->outputLabelVolume = output;
@@ -125,7 +125,7 @@ private:
   /// The label for each value of the voxel type. Values that do not occur get that of a neighbour, which makes the
   /// table a staircase.
   static std::vector<Out> labelsOf(const Impl::HistogramKMeans& means, const std::vector<uint64>& histogram) {
-    std::vector<Out> labels(Impl::StepTable<In, Out>::bins);
+    std::vector<Out> labels(Impl::TableRule<In, Out>::bins);
     Out label = 0;
     for (SizeType value = 0; value < labels.size(); ++value) {
       if (value < histogram.size() && histogram[value] != 0) {

@@ -1,7 +1,6 @@
 #include <DLL/KMeansHistogramSegmentation.hpp>
 #include <Impl/HistogramKMeans.hpp>
 #include <Impl/Instances.hpp>
-#include <Impl/StepTable.hpp>
 #include <KMeansHistogramSegmentation.hpp>
 #include <Tavi/ClassFactory.hpp>
 
@@ -351,38 +350,6 @@ TEST(HistogramKMeans, TheSearchFindsWhatTheScanFinds) {
     for (int i = -4; i < 100; ++i) {
       const double value = round % 2 == 0 ? i / 4.0 : 1000.0 * i;
       ASSERT_EQ(Impl::nearestInSorted(centres, value), Impl::nearestByScan(centres, value)) << value;
-    }
-  }
-}
-
-TEST(StepTable, MapsAsTheTableSays) {
-  std::mt19937 random(5);
-  std::vector<uint8> input(5000);
-  for (uint8& value : input) {
-    value = static_cast<uint8>(random());
-  }
-  for (int steps : {0, 1, 3, 4, 5, 15, 16, 17, 200}) {
-    std::vector<uint16> table(256);
-    for (SizeType i = 0; i < table.size(); ++i) {
-      const bool steep = steps > 0 && i > 0 && i % (256U / static_cast<unsigned>(steps + 1) + 1) == 0;
-      table[i] = steep ? static_cast<uint16>(random()) : i > 0 ? table[i - 1] : uint16{9};
-    }
-    const Impl::StepTable<uint8, uint16> rule(table.data());
-    for (SizeType count : {SizeType{0}, SizeType{1}, SizeType{1023}, SizeType{1025}, SizeType{5000}}) {
-      std::vector<uint16> output(count + 1, 7777);
-      rule.row(input.data(), output.data(), count);
-      for (SizeType i = 0; i < count; ++i) {
-        ASSERT_EQ(output[i], table[input[i]]) << steps << " steps";
-        ASSERT_EQ(output[i], rule(input[i]));
-      }
-      ASSERT_EQ(output[count], 7777);
-    }
-    std::vector<uint8> bytes(256);
-    std::transform(table.begin(), table.end(), bytes.begin(), [](uint16 value) { return static_cast<uint8>(value); });
-    std::vector<uint8> inPlace = input;
-    Impl::StepTable<uint8, uint8>(bytes.data()).row(inPlace.data(), inPlace.data(), inPlace.size());
-    for (SizeType i = 0; i < input.size(); ++i) {
-      ASSERT_EQ(inPlace[i], bytes[input[i]]);
     }
   }
 }
