@@ -86,6 +86,8 @@ public:
   void setTotal(SizeType steps) { _progressTotal.store(static_cast<int64>(steps), std::memory_order_relaxed); }
   /// One more step is done; from any thread.
   void advance() { _progressDone.fetch_add(1, std::memory_order_relaxed); }
+  /// So many steps are done in all.
+  void setDone(SizeType steps) { _progressDone.store(static_cast<int64>(steps), std::memory_order_relaxed); }
 
 protected:
   /// Every `apply` begins so.

@@ -19,8 +19,8 @@ public:
     }
   }
 
-  /// That of the calling thread.
-  T& mine() { return _objects.at(static_cast<Tavi::SizeType>(omp_get_thread_num())); }
+  /// That of the calling thread. A single one serves whatever number the thread has in a region around the loop.
+  T& mine() { return _objects.at(size() == 1 ? 0 : static_cast<Tavi::SizeType>(omp_get_thread_num())); }
 
   Tavi::SizeType size() const { return _objects.size(); }
   T& operator[](Tavi::SizeType thread) { return _objects.at(thread); }

@@ -61,8 +61,8 @@ void transformStrided(const Rule& rule, const View<Out>& output, SizeType sec, S
 /// Writes `rule(inputs...)` to every voxel of `output`, in parallel over slices. All views have the same extents.
 /// Large dense outputs that share no voxel with an input are stored past the cache. Extra memory: none.
 template <class Rule, class Out, class... In>
-void transformVoxels(OperatorBase& self, int threads, Steps steps, const Rule& rule, const View<Out>& output,
-                     const View<const In>&... inputs) {
+void transformVoxels(OperatorBase& self, int threads, Steps steps, Schedule schedule, const Rule& rule,
+                     const View<Out>& output, const View<const In>&... inputs) {
   const bool denseRows = output.hasDenseRows() && (inputs.hasDenseRows() && ...);
   const bool denseSlices = output.hasDenseSlices() && (inputs.hasDenseSlices() && ...);
   const SizeType rows = denseSlices ? 1 : output.dimSec;
@@ -84,7 +84,14 @@ void transformVoxels(OperatorBase& self, int threads, Steps steps, const Rule& r
       Tavi::Streaming::finish();
     }
   };
-  forEachSlice(self, threads, output.dimTert, steps, slice);
+  forEachSlice(self, threads, output.dimTert, steps, slice, schedule);
+}
+
+/// As above, with slices shared out evenly.
+template <class Rule, class Out, class... In>
+void transformVoxels(OperatorBase& self, int threads, Steps steps, const Rule& rule, const View<Out>& output,
+                     const View<const In>&... inputs) {
+  transformVoxels(self, threads, steps, Schedule::fixed, rule, output, inputs...);
 }
 
 }  // namespace NORV::TaviOperators::Impl

@@ -1,0 +1,157 @@
+#include <DLL/HistogramEqualization.hpp>
+#include <DLL/HistogramSpecificationUsingReferenceVolume.hpp>
+#include <DLL/KMeansHistogramSegmentation.hpp>
+#include <HistogramEqualization.hpp>
+#include <HistogramSpecificationUsingReferenceVolume.hpp>
+#include <KMeansHistogramSegmentation.hpp>
+#include <Tavi/Histogram.hpp>
+
+#include <Histogram/Volumes.hpp>
+#include <gtest/gtest.h>
+#include <malloc.h>
+#include <omp.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+using namespace NORV;
+using namespace NORV::HistogramTests;
+namespace Dll = TaviOperators::DLL;
+
+namespace {
+
+std::atomic<std::ptrdiff_t> inUse{0}, most{0};
+
+void* counted(void* block) {
+  if (block == nullptr) {
+    throw std::bad_alloc();
+  }
+  const std::ptrdiff_t now = inUse += static_cast<std::ptrdiff_t>(malloc_usable_size(block));
+  for (std::ptrdiff_t seen = most; now > seen && !most.compare_exchange_weak(seen, now);) {
+  }
+  return block;
+}
+
+void uncounted(void* block) {
+  inUse -= static_cast<std::ptrdiff_t>(malloc_usable_size(block));
+  std::free(block);
+}
+
+}  // namespace
+
+// Every allocation of the program and of the library comes here.
+void* operator new(std::size_t size) { return counted(std::malloc(size > 0 ? size : 1)); }
+void* operator new(std::size_t size, std::align_val_t alignment) {
+  const auto step = static_cast<std::size_t>(alignment);
+  return counted(std::aligned_alloc(step, (size + step - 1) / step * step));
+}
+void operator delete(void* block) noexcept { uncounted(block); }
+void operator delete(void* block, std::size_t) noexcept { uncounted(block); }
+void operator delete(void* block, std::align_val_t) noexcept { uncounted(block); }
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept { uncounted(block); }
+
+namespace {
+
+constexpr std::ptrdiff_t KiB = 1024;
+constexpr std::ptrdiff_t slack = 24 * KiB;  // parameter objects, views, texts
+
+/// The most bytes that were in use during the call, beyond those before it.
+template <class Call>
+std::ptrdiff_t extraOf(Call call) {
+  const std::ptrdiff_t before = inUse;
+  most = before;
+  call();
+  return most - before;
+}
+
+constexpr std::ptrdiff_t threads = 2;
+
+template <class T>
+VolumePtr<T> someVolume() {
+  return volumeOf<T>({128, 128, 96}, scanLike<T>(128 * 128 * 96, 0, sizeof(T) == 1 ? 255 : 65535));
+}
+
+/// Of the counters of one thread.
+template <class T>
+constexpr std::ptrdiff_t counter = sizeof(T) == 1 ? 4 * KiB : 512 * KiB;
+
+template <class T>
+void expectMemoryOfAdd() {
+  const auto volume = someVolume<T>();
+  Tavi::Histogram::Histogram<T, uint64> histogram;
+  const auto extra = extraOf([&] { histogram.add(volume); });
+  EXPECT_LE(extra, (threads + 1) * counter<T> + slack);
+  EXPECT_GE(extra, counter<T>);
+}
+
+template <class T>
+void expectMemoryOfSpecification() {
+  using TaviOperators::HistogramSpecificationUsingReferenceVolume::Parameter;
+  const SmartPointer<Parameter> parameter(new Parameter);
+  parameter->inputVolume = someVolume<T>();
+  parameter->inputVolumeReference = parameter->inputVolume.value();
+  parameter->outputVolume = makeVolume<T>({128, 128, 96});
+  Dll::HistogramSpecificationUsingReferenceVolume::Operator frame;
+  constexpr std::ptrdiff_t values = std::ptrdiff_t{1} << (8 * sizeof(T));
+  EXPECT_LE(extraOf([&] { frame.apply(parameter); }), 24 * values + (threads + 1) * counter<T> + slack);
+}
+
+template <class In, class Out>
+void expectMemoryOfKMeans(SizeType classes) {
+  using TaviOperators::KMeansHistogramSegmentation::Parameter;
+  const SmartPointer<Parameter> parameter(new Parameter);
+  parameter->inputVolume = someVolume<In>();
+  parameter->outputLabelVolume = makeVolume<Out>({128, 128, 96});
+  parameter->inputNumberOfClasses = classes;
+  parameter->inputNumberOfIterations = 3;
+  parameter->inputNumberOfThreads = static_cast<int32>(threads);
+  Dll::KMeansHistogramSegmentation::Operator frame;
+  EXPECT_LE(extraOf([&] { frame.apply(parameter); }),
+            24 * static_cast<std::ptrdiff_t>(classes) + 1536 * KiB + threads * counter<In> + slack);
+}
+
+template <class T>
+std::ptrdiff_t memoryOfEqualization(T low, T high) {
+  using TaviOperators::HistogramEqualization::Parameter;
+  const SmartPointer<Parameter> parameter(new Parameter);
+  parameter->inputVolume = someVolume<T>();
+  parameter->outputVolume = makeVolume<T>({128, 128, 96});
+  parameter->inputMinimumThreshold.setValue(low);
+  parameter->inputMaximumThreshold.setValue(high);
+  parameter->inputNumberOfThreads = static_cast<int32>(threads);
+  Dll::HistogramEqualization::Operator frame;
+  return extraOf([&] { frame.apply(parameter); });
+}
+
+class ExtraMemory : public testing::Test {
+protected:
+  void SetUp() override { omp_set_num_threads(static_cast<int>(threads)); }
+  void TearDown() override { omp_set_num_threads(omp_get_num_procs()); }
+};
+
+}  // namespace
+
+TEST_F(ExtraMemory, OfAHistogram) {
+  expectMemoryOfAdd<uint8>();
+  expectMemoryOfAdd<uint16>();
+}
+
+TEST_F(ExtraMemory, OfHistogramSpecification) {
+  expectMemoryOfSpecification<uint8>();
+  expectMemoryOfSpecification<uint16>();
+}
+
+TEST_F(ExtraMemory, OfKMeansHistogramSegmentation) {
+  expectMemoryOfKMeans<uint8, uint8>(3);
+  expectMemoryOfKMeans<uint16, uint16>(3);
+  expectMemoryOfKMeans<uint16, uint8>(100000);
+}
+
+TEST_F(ExtraMemory, OfHistogramEqualization) {
+  EXPECT_LE(memoryOfEqualization<uint8>(1, 0), threads * counter<uint8> + slack);
+  EXPECT_LE(memoryOfEqualization<int16>(-5, 0), threads * counter<int16> + 768 * KiB + slack);
+  EXPECT_LE(memoryOfEqualization<uint32>(1000, 100999), threads * 400 * KiB + slack);
+  // 2^32 bins, of which a table would take 16 GiB.
+  EXPECT_LE(memoryOfEqualization<uint32>(0, 0), 8 * 128 * 128 * 96 + slack);
+}
