@@ -1,5 +1,5 @@
-// The row loops of the voxel-wise operators, each in a function of its own, for the check that the compiler turns them
-// into vector code. One line for each rule.
+// The row loops of the voxel-wise operators, each an instance of `transformRow`, for the check that the compiler turns
+// them into vector code. One line for each rule.
 
 #include <Impl/Instances.hpp>
 #include <Impl/TransformVoxels.hpp>
