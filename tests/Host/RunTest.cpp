@@ -173,10 +173,10 @@ TEST_F(ToolRunUsageFailure, NamesTheArgumentAndWhatIsExpected) {
       "tavi: RekReader has no key \"inputHeader\"; the nearest is outputHeader, \"tavi describe RekReader\" shows "
       "all\n");
   EXPECT_EQ(complaint({"run", "RekWriter", "inputFilename=o.rek", "inputVolume=in.rek", "inputHeader=x"}),
-            "tavi: inputHeader: an object of the class NORV::TaviOperators::RekHeaderComposite< NORV::RecHeader_V260 > "
-            "cannot be given on the command line\n");
-  EXPECT_EQ(complaint({"info", "in.xyz"}).substr(0, 70),
-            "tavi: in.xyz: the name does not end like a volume file: .rek\n");
+            "tavi: inputHeader cannot be given on the command line\n");
+  const std::string unknownKind = complaint({"info", "in.xyz"});
+  EXPECT_TRUE(unknownKind.starts_with("tavi: in.xyz: the name does not end like a volume file: ")) << unknownKind;
+  EXPECT_NE(unknownKind.find(".rek"), std::string::npos);
 }
 
 TEST_F(ToolRunFailure, GiveTheTextOfTheLibraryAndTheReasonOfTheSystem) {

@@ -27,7 +27,7 @@ std::string whyByteIsRefused(const std::string& name, std::size_t index) {
   if (latin1.find(c) != std::string_view::npos) {
     return {};
   }
-  std::array<char, 32> text{};
+  std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "byte 0x%02X at index %zu", static_cast<unsigned>(code), index);
   if (code < 32 || code == 127) {
     return "names must not hold control characters (" + std::string(text.data()) + "); rename the file";

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <cmath>
 #include <condition_variable>
 #include <cstdio>
@@ -156,12 +157,15 @@ double Session::run(const std::string& op, IOperator& frame, const SmartPointer<
   checkInterrupt(doing);
   double seconds = 0.0;
   Watcher watcher(frame, doing, *this);
+  errno = 0;
   try {
     frame.apply(parameter);
     seconds = watcher.finish(Interrupt::signal() == 0);
   } catch (...) {
+    const int error = errno;  // what the system said last, before anything else calls it
     const std::exception_ptr failure = std::current_exception();
     watcher.finish(false);
+    errno = error;
     rethrowAsFailure(failure, {op, parameter, file, shownFile.empty() ? file : shownFile, isWriter(op)});
   }
   if (Interrupt::signal() != 0) {

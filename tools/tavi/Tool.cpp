@@ -102,7 +102,8 @@ void addCommands(CLI::App& app, Arguments& a) {
 
   CLI::App* run = add("run", "Runs an operator", [&a] { runCommand(a.session, a.op, a.assignments); });
   run->add_option("operator", a.op, "Its name")->required();
-  run->add_option("key=value", a.assignments, "Keys as \"tavi describe <operator>\" shows them");
+  run->add_option("values", a.assignments, "Keys as \"tavi describe <operator>\" shows them")
+      ->type_name("key=value ...");
   run->footer(runHelp);
 
   CLI::App* slice = add("slice", "Draws a slice of a volume", [&a] { sliceCommand(a.session, a.slice); });
