@@ -185,7 +185,7 @@ TEST_F(RekReader, SettlesTheExtentsByTheRules) {
     }
   });
   EXPECT_GT(found, 300);
-  EXPECT_GT(ambiguous, 50);
+  EXPECT_GT(ambiguous, 10);
   EXPECT_GT(unfit, 300);
 }
 

@@ -109,7 +109,7 @@ TEST_F(RekTypeReader, SettlesTheExtentsByTheRules) {
     }
   });
   EXPECT_GT(found, 100);
-  EXPECT_GT(ambiguous, 20);
+  EXPECT_GT(ambiguous, 10);
   EXPECT_GT(negative, 100);
   EXPECT_GT(unfit, 100);
 }
