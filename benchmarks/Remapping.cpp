@@ -70,7 +70,7 @@ void report(benchmark::State& state, SizeType voxels, SizeType bytesPerVoxel) {
 
 template <class Op, class Parameter, class In, class Out, class Fill>
 void add(const char* name, const Fill& fill) {
-  for (const int threads : {1, 0}) {
+  for (const int threads : {1, omp_get_num_procs()}) {
     const std::string title = std::string(name) + "<" + Tavi::typeName<In> + "," + Tavi::typeName<Out> + ">" +
                               (threads == 1 ? "/1 thread" : "/all threads");
     benchmark::RegisterBenchmark(title.c_str(),
@@ -149,7 +149,7 @@ void addInversions() {
 }
 
 void addMemcpy() {
-  for (const int threads : {1, omp_get_max_threads()}) {
+  for (const int threads : {1, omp_get_num_procs()}) {
     const std::string title = "memcpy/" + std::string(threads == 1 ? "1 thread" : "all threads");
     benchmark::RegisterBenchmark(title.c_str(),
                                  [threads](benchmark::State& state) {
