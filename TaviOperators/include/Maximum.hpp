@@ -17,7 +17,10 @@ struct Traits {
 
 inline constexpr const Impl::Names& names = Traits::names;
 
-class Parameter final : public Impl::PairwiseParameter<Parameter, Traits> {};
+class Parameter final : public Impl::PairwiseParameter<Parameter, Traits> {
+public:
+  Parameter() {}  // written out: an implicit one would not register the class in a library that never calls it
+};
 
 template <class InputPtr, class OutputPtr>
 class Operator final
