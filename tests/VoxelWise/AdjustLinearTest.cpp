@@ -7,7 +7,7 @@
 namespace {
 
 using namespace NORV;
-using namespace NORV::Tests;
+using namespace NORV::Tests::ViewCases;
 using TaviOperators::AdjustLinear::Parameter;
 using Frame = TaviOperators::DLL::AdjustLinear::Operator;
 namespace Impl = TaviOperators::Impl;

@@ -7,7 +7,7 @@
 namespace {
 
 using namespace NORV;
-using namespace NORV::Tests;
+using namespace NORV::Tests::ViewCases;
 using TaviOperators::AttenuationScaling::Parameter;
 using Frame = TaviOperators::DLL::AttenuationScaling::Operator;
 namespace Impl = TaviOperators::Impl;

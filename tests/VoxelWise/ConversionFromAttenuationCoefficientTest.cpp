@@ -9,7 +9,7 @@
 namespace {
 
 using namespace NORV;
-using namespace NORV::Tests;
+using namespace NORV::Tests::ViewCases;
 using TaviOperators::ConversionFromAttenuationCoefficient::Parameter;
 using Frame = TaviOperators::DLL::ConversionFromAttenuationCoefficient::Operator;
 namespace Impl = TaviOperators::Impl;

@@ -7,7 +7,7 @@
 namespace {
 
 using namespace NORV;
-using namespace NORV::Tests;
+using namespace NORV::Tests::ViewCases;
 using TaviOperators::ConversionToAttenuationCoefficient::Parameter;
 using Frame = TaviOperators::DLL::ConversionToAttenuationCoefficient::Operator;
 namespace Impl = TaviOperators::Impl;

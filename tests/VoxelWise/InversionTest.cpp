@@ -7,7 +7,7 @@
 namespace {
 
 using namespace NORV;
-using namespace NORV::Tests;
+using namespace NORV::Tests::ViewCases;
 using TaviOperators::Inversion::Parameter;
 using Frame = TaviOperators::DLL::Inversion::Operator;
 namespace Impl = TaviOperators::Impl;

@@ -7,7 +7,7 @@
 namespace {
 
 using namespace NORV;
-using namespace NORV::Tests;
+using namespace NORV::Tests::ViewCases;
 using TaviOperators::RangeInversion::Parameter;
 using Frame = TaviOperators::DLL::RangeInversion::Operator;
 namespace Impl = TaviOperators::Impl;

@@ -8,7 +8,7 @@
 #include <vector>
 
 /// What the tests of the remapping operators share.
-namespace NORV::Tests {
+namespace NORV::Tests::ViewCases {
 
 /// Runs the operator through its frame and compares every voxel with `rule`. `fill(parameter)` sets all keys but the
 /// volumes and the thread count.
@@ -90,4 +90,4 @@ std::vector<std::string> keysOf() {
   return keys;
 }
 
-}  // namespace NORV::Tests
+}  // namespace NORV::Tests::ViewCases

@@ -17,7 +17,7 @@
 #include <vector>
 
 /// Volumes in all the ways that a host may show them to an operator, and how results are compared voxel by voxel.
-namespace NORV::Tests {
+namespace NORV::Tests::ViewCases {
 
 using Tavi::Dimension;
 using Tavi::IOperator;
@@ -187,4 +187,4 @@ std::string parameterFailureOf(const Body& body) {
   return failureOf<IOperator::InvalidParameterObjectException>(body);
 }
 
-}  // namespace NORV::Tests
+}  // namespace NORV::Tests::ViewCases
