@@ -1,0 +1,63 @@
+#pragma once
+
+#include <Impl/Dispatch.hpp>
+#include <Impl/TransformVoxels.hpp>
+#include <Operator.hpp>
+
+/// Replaces every voxel that is no number (NaN) by a value. Infinities are numbers here.
+///
+/// Extra memory: none. Parallel over slices; the progress stays 0 until the end.
+namespace NORV::TaviOperators::FixNaN {
+
+inline constexpr Impl::Names names{"FixNaN"};
+
+/// One run. The replacement is a `Data<T>` of the voxel type of inputVolume.
+class Parameter final : public CompositeOfProperties<Parameter> {
+public:
+  Property<SmartPointer<IVolume>> inputVolume;
+  Property<IData> inputReplacementValue;
+  Property<SizeType> inputNumberOfThreads;
+  Property<SmartPointer<IVolume>> outputVolume;
+
+  Parameter() {
+    append("inputVolume", inputVolume, {Takes::volume, required, "volume of floating-point voxels to repair"});
+    append("inputReplacementValue", inputReplacementValue,
+           {Takes::likeInput, required, "grey value that takes the place of NaN"});
+    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("outputVolume", outputVolume, {Takes::volume, required, "target of the same voxel type"});
+  }
+  std::string getType() const override { return names.parameterType(); }
+};
+
+template <class T>
+struct ReplaceNaN {
+  T replacement;
+  T operator()(T x) const { return x == x ? x : replacement; }
+};
+
+template <class InputPtr, class OutputPtr>
+class Operator final : public TaviOperators::Operator<Operator<InputPtr, OutputPtr>> {
+  using T = VoxelOf<InputPtr>;
+
+public:
+  std::string getType() const override { return Impl::typedIdentifier<InputPtr, OutputPtr>(names); }
+
+  void apply(SmartPointer<IComposite> composite) override {
+    this->beginApply();
+    const auto parameter = Impl::castParameter<Parameter>(composite, getType() + "::apply parameter is NULL");
+    const InputPtr input(parameter->inputVolume.value());
+    const T replacement = parameter->inputReplacementValue.template extractValue<T>();
+    const int threads = Impl::threadCount(parameter->inputNumberOfThreads.value());
+    Impl::requireGiven(input, getType() + " input volume is NULL");
+
+    const auto output =
+        this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
+    Impl::transformVoxels(*this, threads, Impl::Steps::silent, ReplaceNaN<T>{replacement}, Impl::viewOf(*output),
+                          Impl::inputViewOf(*input));
+    if (!this->isAborted()) {
+      parameter->outputVolume = output;
+    }
+  }
+};
+
+}  // namespace NORV::TaviOperators::FixNaN
