@@ -71,7 +71,7 @@ public:
   std::string text;
 };
 
-void* find(void* library, const char* mangledName) {
+[[maybe_unused]] void* find(void* library, const char* mangledName) {
   void* const symbol = dlsym(library, mangledName);
   require(symbol != nullptr, mangledName);
   return symbol;
