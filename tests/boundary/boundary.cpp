@@ -110,6 +110,7 @@ SmartPointer<IComposite> makeParameter(const SmartPointer<IComposite>& input) {
 /// An operator that only the host knows, for volumes that the library has no operator for.
 class HostOperator final : public IOperator, public Tavi::Persistence::CompositeLeaf<HostOperator> {
 public:
+  HostOperator() {}  // written out: an implicit one would not register the class
   std::string getType() const override {
     const std::string volume = Volume<uint8, External>::identifier();
     return "NORV::TaviOperators::Saturation::Operator< " + volume + ", " + volume + " >";
