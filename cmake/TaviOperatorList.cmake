@@ -77,6 +77,8 @@ function(tavi_add_operators_library target)
   # Third-party libraries stay behind the exported frames, so users of the package need none of them.
   target_link_libraries(${target} PRIVATE tavi_highway)
   tavi_library_options(${target})
+  tavi_precompile(${target} <DLL/Operator.hpp> <Impl/Dispatch.hpp> <Impl/Instances.hpp> <Operator.hpp>
+                  ${operators_dir}/src/Core/VolumeInstances.hpp)
   if(NOT TAVI_SANITIZE)
     target_link_options(${target} PRIVATE LINKER:--no-undefined)
   endif()
