@@ -4,9 +4,12 @@
 #include <Impl/Lanes.hpp>
 #include <Impl/LookupTable.hpp>
 #include <Impl/TransformVoxels.hpp>
+#include <Impl/WindowRule.hpp>
 #include <Operator.hpp>
 #include <Tavi/Exceptions.hpp>
 
+#include <cmath>
+#include <limits>
 #include <type_traits>
 
 /// Scales a window of attenuation values to grey values. The attenuation value of a voxel is
@@ -57,20 +60,59 @@ public:
   std::string getType() const override { return names.parameterType(); }
 };
 
-template <class Out>
+template <class In, class Out>
 struct Window {
   using Real = std::conditional_t<std::is_same_v<Out, float64>, float64, float32>;
-  Real factor, offset, minimumAttenuation, maximumAttenuation, minimumGrey, maximumGrey;
-  Real scale = (maximumAttenuation - minimumAttenuation) / (maximumGrey - minimumGrey);
+  static constexpr bool meetsEnds = false;
+  Impl::Divisor<Real> factor;
+  Real offset, minimumAttenuation, maximumAttenuation, minimumGrey, maximumGrey;
+  Impl::Divisor<Real> scale{(maximumAttenuation - minimumAttenuation) / (maximumGrey - minimumGrey)};
+
+  bool dividesModerately() const {
+    using Divisor = Impl::Divisor<Real>;
+    return factor.isModerate() && scale.isModerate() && Divisor::isModerateOrZero(offset) &&
+           Divisor::isModerateOrZero(minimumAttenuation);
+  }
+
+  template <class L>
+  typename L::V attenuation(L, typename L::V x) const {
+    return L::sub(L::div(x, factor), L::set(offset));
+  }
+  /// The grey value inside the window before it is rounded down.
+  template <class L>
+  typename L::V grey(L, typename L::V a) const {
+    const auto v = L::sub(L::div(L::sub(a, L::set(minimumAttenuation)), scale), L::set(minimumGrey));
+    return L::add(v, L::set(Real(0.5)));
+  }
 
   template <class L>
   typename L::V map(L lanes, typename L::V x) const {
-    const auto low = L::set(minimumAttenuation), darkest = L::set(minimumGrey);
-    const auto a = L::sub(L::div(x, L::set(factor)), L::set(offset));
-    auto v = L::sub(L::div(L::sub(a, low), L::set(scale)), darkest);
-    v = lowBits(lanes, L::floor(L::add(v, L::set(Real(0.5)))));
+    const auto a = attenuation(lanes, x);
+    auto v = lowBits(lanes, L::floor(grey(lanes, a)));
     v = L::ifLessOrEqual(L::set(maximumAttenuation), a, L::set(maximumGrey), v);
-    return L::ifLess(a, low, darkest, v);
+    return L::ifLess(a, L::set(minimumAttenuation), L::set(minimumGrey), v);
+  }
+
+  template <class L>
+  typename L::V between(L lanes, typename L::V x) const {
+    return grey(lanes, attenuation(lanes, x));
+  }
+
+  /// With a factor above 0 the attenuation grows with the voxels, and the grey value with the attenuation.
+  Impl::ValueWindow<In, Out> window() const {
+    if (!dividesModerately()) {
+      return {};
+    }
+    const Impl::OneLane<Real> lane;
+    const auto darker = firstWhere([&](Real x) { return !(attenuation(lane, x) < minimumAttenuation); });
+    const auto lighter = firstWhere([&](Real x) { return maximumAttenuation <= attenuation(lane, x); });
+    if (darker >= lighter) {
+      return {};
+    }
+    const auto first = static_cast<In>(darker), last = static_cast<In>(lighter - 1);
+    constexpr Real limit = 4194304;
+    const bool isExact = std::abs(between(lane, first)) < limit && std::abs(between(lane, last)) < limit;
+    return {isExact, first, last, static_cast<Out>(minimumGrey), static_cast<Out>(maximumGrey)};
   }
 
   /// A whole number as the low bits of it that the output keeps. All steps are exact.
@@ -89,13 +131,35 @@ struct Window {
       return L::ifLess(L::abs(v), L::set(unknown), bits, L::set(0));
     }
   }
+
+private:
+  /// The lowest voxel for which the condition holds, one past the type's range if there is none.
+  template <class Condition>
+  static int firstWhere(const Condition& holds) {
+    int from = 0, to = std::numeric_limits<In>::max() + 1;
+    while (from < to) {
+      const int middle = (from + to) / 2;
+      if (holds(static_cast<Real>(middle))) {
+        to = middle;
+      } else {
+        from = middle + 1;
+      }
+    }
+    return from;
+  }
 };
+
+/// Which rule is the fastest for a pair.
+template <class In, class Out>
+using WindowRule =
+    std::conditional_t<std::is_integral_v<Out> && sizeof(Out) <= 2, Impl::WindowRule<In, Out, Window<In, Out>>,
+                       Impl::LanewiseRule<In, Out, Window<In, Out>>>;
 
 template <class InputPtr, class OutputPtr>
 class Operator final : public TaviOperators::Operator<Operator<InputPtr, OutputPtr>> {
   using In = VoxelOf<InputPtr>;
   using Out = VoxelOf<OutputPtr>;
-  using Real = typename Window<Out>::Real;
+  using Real = typename Window<In, Out>::Real;
 
 public:
   std::string getType() const override { return Impl::typedIdentifier<InputPtr, OutputPtr>(names); }
@@ -119,8 +183,9 @@ public:
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
     const auto from = Impl::inputViewOf(*input);
     this->setTotal(from.dimTert);
-    const Impl::LanewiseRule<In, Out, Window<Out>> rule{
-        {factor, offset, attenuationLow, attenuationHigh, static_cast<Real>(greyLow), static_cast<Real>(greyHigh)}};
+    const Window<In, Out> window{
+        factor, offset, attenuationLow, attenuationHigh, static_cast<Real>(greyLow), static_cast<Real>(greyHigh)};
+    const WindowRule<In, Out> rule{window};
     if constexpr (sizeof(In) == 1 && sizeof(Out) == 1) {
       const Impl::LookupTable<In, Out> table(rule);
       Impl::transformVoxels(*this, threads, Impl::Steps::counted, table, Impl::viewOf(*output), from);

@@ -3,8 +3,10 @@
 #include <Impl/Dispatch.hpp>
 #include <Impl/Lanes.hpp>
 #include <Impl/TransformVoxels.hpp>
+#include <Impl/WindowRule.hpp>
 #include <Operator.hpp>
 
+#include <cmath>
 #include <limits>
 
 /// Scales attenuation coefficients to grey values: a range of coefficients is mapped linearly onto a range of grey
@@ -52,10 +54,11 @@ public:
   std::string getType() const override { return names.parameterType(); }
 };
 
-template <class Out>
+template <class In, class Out>
 struct Scale {
   using Real = float64;
-  Real minimumCoefficient, maximumCoefficient, minimumScaled, maximumScaled, factor, offset;
+  static constexpr bool meetsEnds = true;
+  Real minimumCoefficient, maximumCoefficient, minimumScaled, maximumScaled, factor, offset, ofNaN;
 
   Scale(Real coefficientLow, Real coefficientHigh, Real scaledLow, Real scaledHigh)
       : minimumCoefficient(coefficientLow),
@@ -63,16 +66,32 @@ struct Scale {
         minimumScaled(scaledLow),
         maximumScaled(scaledHigh),
         factor((scaledHigh - scaledLow) / (coefficientHigh - coefficientLow)),
-        offset(scaledLow / factor - coefficientLow) {}
+        offset(scaledLow / factor - coefficientLow),
+        ofNaN(scaledLow) {}
 
   template <class L>
-  typename L::V map(L, typename L::V x) const {
+  typename L::V between(L, typename L::V x) const {
+    return L::add(L::mul(L::add(x, L::set(offset)), L::set(factor)), L::set(0.5));
+  }
+
+  template <class L>
+  typename L::V map(L lanes, typename L::V x) const {
     const auto low = L::set(minimumScaled), zero = L::set(0.0), most = L::set(std::numeric_limits<Out>::max());
-    auto v = L::floor(L::add(L::mul(L::add(x, L::set(offset)), L::set(factor)), L::set(0.5)));
+    auto v = L::floor(between(lanes, x));
     v = L::ifLessOrEqual(v, v, v, low);  // a NaN is not equal to itself
     v = L::ifLess(v, zero, zero, L::ifLess(most, v, most, v));
     v = L::ifLess(L::set(maximumCoefficient), x, L::set(maximumScaled), v);
     return L::ifLess(x, L::set(minimumCoefficient), low, v);
+  }
+
+  /// Between two scaled values that it meets, the line keeps to the output's voxel type and is a number.
+  Impl::ValueWindow<In, Out> window() const {
+    const Impl::OneLane<Real> lane;
+    const bool meets = minimumCoefficient <= maximumCoefficient &&
+                       std::floor(between(lane, minimumCoefficient)) == minimumScaled &&
+                       std::floor(between(lane, maximumCoefficient)) == maximumScaled;
+    return {meets, static_cast<In>(minimumCoefficient), static_cast<In>(maximumCoefficient),
+            static_cast<Out>(minimumScaled), static_cast<Out>(maximumScaled)};
   }
 };
 
@@ -97,12 +116,12 @@ public:
 
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
-    const Impl::LanewiseRule<In, Out, Scale<Out>> rule{
-        Scale<Out>(coefficientLow, coefficientHigh, scaledLow, scaledHigh)};
-    parameter->outputFactor.setValue(static_cast<In>(rule.rule.factor));
-    parameter->outputOffset.setValue(static_cast<In>(rule.rule.offset));
+    const Scale<In, Out> scale(coefficientLow, coefficientHigh, scaledLow, scaledHigh);
+    parameter->outputFactor.setValue(static_cast<In>(scale.factor));
+    parameter->outputOffset.setValue(static_cast<In>(scale.offset));
     const auto from = Impl::inputViewOf(*input);
     this->setTotal(from.dimTert);
+    const Impl::WindowRule<In, Out, Scale<In, Out>> rule(scale);
     Impl::transformVoxels(*this, threads, Impl::Steps::counted, rule, Impl::viewOf(*output), from);
     if (!this->isAborted()) {
       parameter->outputVolume = output;

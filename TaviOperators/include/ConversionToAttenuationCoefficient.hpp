@@ -37,11 +37,14 @@ public:
 template <class Coefficient>
 struct Unscale {
   using Real = Coefficient;
-  Real factor, offset;
+  Impl::Divisor<Real> factor;
+  Real offset;
+
+  bool dividesModerately() const { return factor.isModerate(); }
 
   template <class L>
   typename L::V map(L, typename L::V x) const {
-    return L::sub(L::div(x, L::set(factor)), L::set(offset));
+    return L::sub(L::div(x, factor), L::set(offset));
   }
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Impl/Dispatch.hpp>
+#include <Impl/PlainConversion.hpp>
 #include <Impl/TransformVoxels.hpp>
 #include <Operator.hpp>
 
@@ -58,7 +59,7 @@ public:
 
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
-    const auto clamp = [rule = Clamp<In>{lower, upper}](In x) { return static_cast<Out>(rule(x)); };
+    const auto clamp = [rule = Clamp<In>{lower, upper}](In x) { return Impl::convertPlainly<Out>(rule(x)); };
     Impl::transformVoxels(*this, threads, Impl::Steps::silent, clamp, Impl::viewOf(*output), Impl::inputViewOf(*input));
     if (!this->isAborted()) {
       parameter->outputVolume = output;

@@ -1,0 +1,30 @@
+#include <BitPatternBinarization.hpp>
+#include <DLL/BitPatternBinarization.hpp>
+#include <Impl/Dispatch.hpp>
+#include <Impl/Instances.hpp>
+
+namespace NORV::TaviOperators::DLL {
+namespace {
+
+namespace Typed = TaviOperators::BitPatternBinarization;
+using Typed::names;
+
+using Instances = Impl::Pairs<Impl::IntegerVoxelTypes, Impl::IntegerVoxelTypes>;
+
+}  // namespace
+
+BitPatternBinarization::Operator::Operator() { Impl::constructEach<Typed::Operator, Instances>(); }
+BitPatternBinarization::Operator::Operator(const Operator&) = default;
+BitPatternBinarization::Operator::~Operator() = default;
+BitPatternBinarization::Operator& BitPatternBinarization::Operator::operator=(const Operator&) = default;
+
+SmartPointer<IOperator> BitPatternBinarization::Operator::getOperatorFromParameterObject(
+    SmartPointer<IComposite> composite) const {
+  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
+  const SmartPointer<IVolume> input = parameter->inputVolume.value();
+  const SmartPointer<IVolume> output = parameter->outputVolume.value();
+  Impl::requireGiven(input, names.inFrame("inputVolume is NULL!"));
+  return Impl::createOperator(names, input, Impl::orElse(output, input));
+}
+
+}  // namespace NORV::TaviOperators::DLL

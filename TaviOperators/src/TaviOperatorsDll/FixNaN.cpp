@@ -1,0 +1,29 @@
+#include <DLL/FixNaN.hpp>
+#include <FixNaN.hpp>
+#include <Impl/Dispatch.hpp>
+#include <Impl/Instances.hpp>
+
+namespace NORV::TaviOperators::DLL {
+namespace {
+
+namespace Typed = TaviOperators::FixNaN;
+using Typed::names;
+
+using Instances = Impl::Same<Impl::FloatVoxelTypes>;
+
+}  // namespace
+
+FixNaN::Operator::Operator() { Impl::constructEach<Typed::Operator, Instances>(); }
+FixNaN::Operator::Operator(const Operator&) = default;
+FixNaN::Operator::~Operator() = default;
+FixNaN::Operator& FixNaN::Operator::operator=(const Operator&) = default;
+
+SmartPointer<IOperator> FixNaN::Operator::getOperatorFromParameterObject(SmartPointer<IComposite> composite) const {
+  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
+  const SmartPointer<IVolume> input = parameter->inputVolume.value();
+  const SmartPointer<IVolume> output = parameter->outputVolume.value();
+  Impl::require(input != nullptr && output != nullptr, names.inFrame("inputVolume or outputVolume is NULL!"));
+  return Impl::createOperator(names, input, output);
+}
+
+}  // namespace NORV::TaviOperators::DLL

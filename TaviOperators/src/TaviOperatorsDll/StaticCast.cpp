@@ -1,0 +1,29 @@
+#include <DLL/StaticCast.hpp>
+#include <Impl/Dispatch.hpp>
+#include <Impl/Instances.hpp>
+#include <StaticCast.hpp>
+
+namespace NORV::TaviOperators::DLL {
+namespace {
+
+namespace Typed = TaviOperators::StaticCast;
+using Typed::names;
+
+using Instances = Impl::Pairs<Impl::AllVoxelTypes, Impl::AllVoxelTypes>;
+
+}  // namespace
+
+StaticCast::Operator::Operator() { Impl::constructEach<Typed::Operator, Instances>(); }
+StaticCast::Operator::Operator(const Operator&) = default;
+StaticCast::Operator::~Operator() = default;
+StaticCast::Operator& StaticCast::Operator::operator=(const Operator&) = default;
+
+SmartPointer<IOperator> StaticCast::Operator::getOperatorFromParameterObject(SmartPointer<IComposite> composite) const {
+  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
+  const SmartPointer<IVolume> input = parameter->inputVolume.value();
+  const SmartPointer<IVolume> output = parameter->outputVolume.value();
+  Impl::requireGiven(input, names.inFrame("inputVolume is NULL!"));
+  return Impl::createOperator(names, input, Impl::orElse(output, input));
+}
+
+}  // namespace NORV::TaviOperators::DLL

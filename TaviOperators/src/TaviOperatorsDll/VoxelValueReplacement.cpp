@@ -1,0 +1,30 @@
+#include <DLL/VoxelValueReplacement.hpp>
+#include <Impl/Dispatch.hpp>
+#include <Impl/Instances.hpp>
+#include <VoxelValueReplacement.hpp>
+
+namespace NORV::TaviOperators::DLL {
+namespace {
+
+namespace Typed = TaviOperators::VoxelValueReplacement;
+using Typed::names;
+
+using Instances = Impl::Same<Impl::AllVoxelTypes>;
+
+}  // namespace
+
+VoxelValueReplacement::Operator::Operator() { Impl::constructEach<Typed::Operator, Instances>(); }
+VoxelValueReplacement::Operator::Operator(const Operator&) = default;
+VoxelValueReplacement::Operator::~Operator() = default;
+VoxelValueReplacement::Operator& VoxelValueReplacement::Operator::operator=(const Operator&) = default;
+
+SmartPointer<IOperator> VoxelValueReplacement::Operator::getOperatorFromParameterObject(
+    SmartPointer<IComposite> composite) const {
+  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
+  const SmartPointer<IVolume> input = parameter->inputVolume.value();
+  const SmartPointer<IVolume> output = parameter->outputVolume.value();
+  Impl::requireGiven(input, names.inFrame("inputVolume is NULL!"));
+  return Impl::createOperator(names, input, Impl::orElse(output, input));
+}
+
+}  // namespace NORV::TaviOperators::DLL
