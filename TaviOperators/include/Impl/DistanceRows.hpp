@@ -1,0 +1,254 @@
+#pragma once
+
+#include <Tavi/Types.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+/// Rows of a distance transform. All updates are minima, so the order of steps along, across and between rows is free:
+/// a row is given its distances along itself at once, and then takes what its neighbour rows hold plus one step.
+namespace NORV::TaviOperators::Impl {
+
+using Tavi::SizeType;
+
+/// The voxels to which one step leads: across the 6 faces, or to all 26 around.
+enum class Neighbours { faces, all };
+
+/// Rows are measured in chunks of so many voxels.
+inline constexpr SizeType distanceChunk = 64;
+
+/// The sources among the voxels of a row, whatever the type of the voxels.
+class RowSources {
+public:
+  /// Marks up to a chunk of voxels from `voxels` on: 0 for a source, 255 for another. Returns whether there is a source.
+  using Mark = bool (*)(const void* voxels, int64 stride, SizeType count, const void* value, bool inverted,
+                        uint8* marks);
+
+  /// Sources are the voxels equal to `value`, or all others.
+  template <class T>
+  static RowSources equalTo(const T& value, bool inverted) {
+    return {[](const void* voxels, int64 stride, SizeType count, const void* wanted, bool others, uint8* marks) {
+              return markEqual(static_cast<const T*>(voxels), stride, count, *static_cast<const T*>(wanted),
+                               others ? uint8{255} : uint8{0}, marks);
+            },
+            &value, sizeof(T), inverted};
+  }
+
+  void beginRow(const void* row, int64 stride, SizeType count) {
+    _row = static_cast<const std::byte*>(row);
+    _stride = stride;
+    _count = count;
+    _next = 0;
+  }
+  SizeType count() const { return _count; }
+
+  /// Marks the chunk that begins at `first`. Voxels past the end of the row are no sources.
+  bool mark(SizeType first, uint8* marks) const {
+    const SizeType count = std::min(distanceChunk, _count - first);
+    const bool any = _mark(at(first), _stride, count, _value, _inverted, marks);
+    std::fill(marks + count, marks + distanceChunk, uint8{255});
+    return any;
+  }
+
+  /// The first source from the chunk at `from` on, or the length of the row. To be asked with rising `from`.
+  SizeType next(SizeType from) {
+    if (_next >= from) {
+      return _next;
+    }
+    alignas(64) std::array<uint8, distanceChunk> marks;
+    for (SizeType first = from; first < _count; first += distanceChunk) {
+      if (mark(first, marks.data())) {
+        const auto* source = static_cast<const uint8*>(std::memchr(marks.data(), 0, marks.size()));
+        return _next = first + static_cast<SizeType>(source - marks.data());
+      }
+    }
+    return _next = _count;
+  }
+
+private:
+  RowSources(Mark mark, const void* value, SizeType voxelBytes, bool inverted)
+      : _mark(mark),
+        _value(value),
+        _voxelBytes(static_cast<int64>(voxelBytes)),
+        _inverted(inverted) {}
+
+  template <class T>
+  static bool markEqual(const T* voxels, int64 stride, SizeType count, T value, uint8 inversion, uint8* marks) {
+    if (stride == 1 && count == distanceChunk) {
+      uint8 all = 255;
+      for (SizeType i = 0; i < distanceChunk; ++i) {
+        marks[i] = static_cast<uint8>((voxels[i] == value ? 0 : 255) ^ inversion);
+      }
+      for (SizeType i = 0; i < distanceChunk; ++i) {
+        all &= marks[i];
+      }
+      return all == 0;
+    }
+    bool any = false;
+    for (SizeType i = 0; i < count; ++i, voxels += stride) {
+      marks[i] = static_cast<uint8>((*voxels == value ? 0 : 255) ^ inversion);
+      any = any || marks[i] == 0;
+    }
+    return any;
+  }
+
+  const std::byte* at(SizeType x) const { return _row + static_cast<int64>(x) * _stride * _voxelBytes; }
+
+  Mark _mark;
+  const void* _value;
+  int64 _voxelBytes;
+  bool _inverted;
+  const std::byte* _row = nullptr;
+  int64 _stride = 1;
+  SizeType _count = 0;
+  SizeType _next = 0;  // what `next` last found
+};
+
+/// `value + steps`, at most the largest value of the type.
+template <class T>
+T plusSteps(T value, T steps) {
+  return static_cast<T>(std::min<T>(value, static_cast<T>(std::numeric_limits<T>::max() - steps)) + steps);
+}
+
+/// The distances of the voxels of a chunk to the nearest source in it, from their marks. If there is none, they stay 255.
+class ChunkDistances {
+public:
+  ChunkDistances() { _padded.fill(255); }
+  uint8* marks() { return _padded.data() + margin; }
+
+  /// Minima over 1, 2, 4 ... voxels to either side reach all distances of the chunk.
+  const uint8* measure() {
+    step<1>();
+    step<2>();
+    step<4>();
+    step<8>();
+    step<16>();
+    step<32>();
+    return marks();
+  }
+
+private:
+  static constexpr SizeType margin = 64;
+
+  template <uint8 width>
+  void step() {
+    uint8* const marks = this->marks();
+    alignas(64) std::array<uint8, distanceChunk> nearer;
+    for (SizeType i = 0; i < distanceChunk; ++i) {
+      nearer[i] = std::min(marks[i], plusSteps(std::min(marks[i - width], marks[i + width]), width));
+    }
+    std::memcpy(marks, nearer.data(), nearer.size());
+  }
+
+  alignas(64) std::array<uint8, margin + distanceChunk + margin> _padded;
+};
+
+template <class T>
+inline constexpr auto ramp = [] {
+  std::array<T, distanceChunk> steps{};
+  for (SizeType i = 0; i < distanceChunk; ++i) {
+    steps[i] = static_cast<T>(i);
+  }
+  return steps;
+}();
+
+/// A count of steps from `base`, as far as the type holds it.
+template <class T>
+T stepsFrom(T base, SizeType steps) {
+  const auto room = static_cast<SizeType>(static_cast<int64>(std::numeric_limits<T>::max()) - static_cast<int64>(base));
+  return static_cast<T>(static_cast<int64>(base) + static_cast<int64>(std::min(steps, room)));
+}
+
+/// Writes the distances along a row: `base` at a source, one more with each step from it, `ceiling` at most.
+template <class T>
+class AlongRow {
+public:
+  AlongRow(T base, T ceiling) : _base(base), _ceiling(ceiling) {}
+
+  void write(RowSources& sources, T* row, int64 stride) {
+    const SizeType length = sources.count();
+    SizeType passed = none;  // the last source before the chunk
+    for (SizeType first = 0; first < length; first += distanceChunk) {
+      passed = measure(sources, first, passed);
+      const SizeType count = std::min(distanceChunk, length - first);
+      if (stride == 1) {
+        std::copy_n(_steps.data(), count, row + first);
+      } else {
+        for (SizeType i = 0; i < count; ++i) {
+          row[static_cast<int64>(first + i) * stride] = _steps[i];
+        }
+      }
+    }
+  }
+
+private:
+  static constexpr SizeType none = std::numeric_limits<SizeType>::max();
+
+  /// The chunk that begins at `first`; returns the last source up to its end.
+  SizeType measure(RowSources& sources, SizeType first, SizeType passed) {
+    ChunkDistances chunk;
+    const bool any = sources.mark(first, chunk.marks());
+    const SizeType behind = sources.next(first + distanceChunk);
+    const bool hasBehind = behind != sources.count();
+    if (!any && passed == none && !hasBehind) {
+      _steps.fill(_ceiling);
+      return none;
+    }
+    const T left = passed == none ? _ceiling : stepsFrom(_base, first - passed);
+    const T right = hasBehind ? stepsFrom(_base, behind - first - (distanceChunk - 1)) : _ceiling;
+    for (SizeType i = 0; i < distanceChunk; ++i) {
+      const T around = std::min(plusSteps(left, ramp<T>[i]), plusSteps(right, ramp<T>[distanceChunk - 1 - i]));
+      _steps[i] = std::min(around, _ceiling);
+    }
+    if (!any) {
+      return passed;
+    }
+    const uint8* const within = chunk.measure();
+    for (SizeType i = 0; i < distanceChunk; ++i) {
+      _steps[i] = std::min(_steps[i], static_cast<T>(_base + static_cast<T>(within[i])));
+    }
+    return first + distanceChunk - 1 - within[distanceChunk - 1];
+  }
+
+  const T _base, _ceiling;
+  alignas(64) std::array<T, distanceChunk> _steps;
+};
+
+/// The rows before or behind a row in the order of a pass, of one view: the next one of its slice, then those of the
+/// next slice. One that lies outside the view is stood for by another, which changes no minimum.
+template <class T>
+using NeighbourRows = std::array<const T*, 4>;
+
+/// The smaller of each voxel of `row` and one step from the smallest voxel of its neighbour rows, where `set` allows.
+/// Within a row only the neighbours straight or diagonally across count: steps along it are taken before.
+template <Neighbours set, class T, class Stride>
+void takeSteps(T* __restrict row, const NeighbourRows<T>& rows, Stride stride, SizeType count) {
+  const auto at = [stride](SizeType x) { return static_cast<int64>(x) * stride; };
+  const T *a = rows[0], *b = rows[1];
+  const auto lower = [&](SizeType x, T near) { row[at(x)] = std::min(row[at(x)], plusSteps(near, T(1))); };
+  if constexpr (set == Neighbours::faces) {
+    for (SizeType x = 0; x < count; ++x) {
+      lower(x, std::min(a[at(x)], b[at(x)]));
+    }
+  } else {
+    const T *c = rows[2], *d = rows[3];
+    const auto across = [&](SizeType x) {
+      return std::min(std::min(a[at(x)], b[at(x)]), std::min(c[at(x)], d[at(x)]));
+    };
+    if (count == 1) {
+      lower(0, across(0));
+      return;
+    }
+    lower(0, std::min(across(0), across(1)));
+    for (SizeType x = 1; x + 1 < count; ++x) {
+      lower(x, std::min(std::min(across(x - 1), across(x)), across(x + 1)));
+    }
+    lower(count - 1, std::min(across(count - 2), across(count - 1)));
+  }
+}
+
+}  // namespace NORV::TaviOperators::Impl
