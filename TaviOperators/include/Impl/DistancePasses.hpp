@@ -11,15 +11,12 @@ namespace NORV::TaviOperators::Impl {
 template <Neighbours set, class T>
 class DistancePasses {
 public:
-  DistancePasses(const View<T>& steps, T start)
-      : _steps(steps),
-        _along(std::min(T(0), start), std::max(T(0), start)) {}
+  DistancePasses(const View<T>& steps, T start) : _steps(steps), _along(std::min(T(0), start), std::max(T(0), start)) {}
 
-  /// Writes the distances along the rows of a slice. `source` is the view of the input.
-  template <class In>
-  void measureRows(const View<const In>& input, RowSources& sources, SizeType tert) {
+  /// Writes the distances along the rows of a slice. The sources may stand in the same voxels.
+  void measureRows(RowSources& sources, SizeType tert) {
     for (SizeType sec = 0; sec < _steps.dimSec; ++sec) {
-      sources.beginRow(input.row(sec, tert), input.stridePrim, input.dimPrim);
+      sources.beginRow(sec, tert);
       _along.write(sources, _steps.row(sec, tert), _steps.stridePrim);
     }
   }

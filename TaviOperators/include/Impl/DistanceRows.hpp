@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Impl/View.hpp>
 #include <Tavi/Types.hpp>
 
 #include <algorithm>
@@ -21,35 +22,34 @@ enum class Neighbours { faces, all };
 /// Rows are measured in chunks of so many voxels.
 inline constexpr SizeType distanceChunk = 64;
 
-/// The sources among the voxels of a row, whatever the type of the voxels.
+/// The sources in the rows of a view, whatever the type of its voxels.
 class RowSources {
 public:
-  /// Marks up to a chunk of voxels from `voxels` on: 0 for a source, 255 for another. Returns whether there is a source.
-  using Mark = bool (*)(const void* voxels, int64 stride, SizeType count, const void* value, bool inverted,
-                        uint8* marks);
-
-  /// Sources are the voxels equal to `value`, or all others.
+  /// Sources are the voxels equal to `value`, which must stay, or with `inverted` all others.
   template <class T>
-  static RowSources equalTo(const T& value, bool inverted) {
-    return {[](const void* voxels, int64 stride, SizeType count, const void* wanted, bool others, uint8* marks) {
-              return markEqual(static_cast<const T*>(voxels), stride, count, *static_cast<const T*>(wanted),
-                               others ? uint8{255} : uint8{0}, marks);
-            },
-            &value, sizeof(T), inverted};
-  }
+  RowSources(const T& value, bool inverted, const View<const T>& view)
+      : _mark(&markEqual<T>),
+        _value(&value),
+        _inversion(inverted ? 255 : 0),
+        _data(reinterpret_cast<const std::byte*>(view.data)),
+        _count(view.dimPrim),
+        _stride(view.stridePrim),
+        _bytesPerRow(view.strideSec * int64{sizeof(T)}),
+        _bytesPerSlice(view.strideTert * int64{sizeof(T)}),
+        _bytesPerVoxel(view.stridePrim * int64{sizeof(T)}) {}
 
-  void beginRow(const void* row, int64 stride, SizeType count) {
-    _row = static_cast<const std::byte*>(row);
-    _stride = stride;
-    _count = count;
+  void beginRow(SizeType sec, SizeType tert) {
+    _row = _data + static_cast<int64>(sec) * _bytesPerRow + static_cast<int64>(tert) * _bytesPerSlice;
     _next = 0;
   }
   SizeType count() const { return _count; }
 
-  /// Marks the chunk that begins at `first`. Voxels past the end of the row are no sources.
+  /// Marks the chunk of the row that begins at `first`: 0 for a source, 255 for another voxel or one past the end.
+  /// Returns whether there is a source.
   bool mark(SizeType first, uint8* marks) const {
     const SizeType count = std::min(distanceChunk, _count - first);
-    const bool any = _mark(at(first), _stride, count, _value, _inverted, marks);
+    const bool any =
+        _mark(_row + static_cast<int64>(first) * _bytesPerVoxel, _stride, count, _value, _inversion, marks);
     std::fill(marks + count, marks + distanceChunk, uint8{255});
     return any;
   }
@@ -70,16 +70,16 @@ public:
   }
 
 private:
-  RowSources(Mark mark, const void* value, SizeType voxelBytes, bool inverted)
-      : _mark(mark),
-        _value(value),
-        _voxelBytes(static_cast<int64>(voxelBytes)),
-        _inverted(inverted) {}
+  using Mark = bool (*)(const void* from, int64 stride, SizeType count, const void* wanted, uint8 inversion,
+                        uint8* marks);
 
   template <class T>
-  static bool markEqual(const T* voxels, int64 stride, SizeType count, T value, uint8 inversion, uint8* marks) {
+  static bool markEqual(const void* from, int64 stride, SizeType count, const void* wanted, uint8 inversion,
+                        uint8* marks) {
+    const T* voxels = static_cast<const T*>(from);
+    const T value = *static_cast<const T*>(wanted);
+    uint8 all = 255;
     if (stride == 1 && count == distanceChunk) {
-      uint8 all = 255;
       for (SizeType i = 0; i < distanceChunk; ++i) {
         marks[i] = static_cast<uint8>((voxels[i] == value ? 0 : 255) ^ inversion);
       }
@@ -88,33 +88,37 @@ private:
       }
       return all == 0;
     }
-    bool any = false;
     for (SizeType i = 0; i < count; ++i, voxels += stride) {
       marks[i] = static_cast<uint8>((*voxels == value ? 0 : 255) ^ inversion);
-      any = any || marks[i] == 0;
+      all &= marks[i];
     }
-    return any;
+    return all == 0;
   }
-
-  const std::byte* at(SizeType x) const { return _row + static_cast<int64>(x) * _stride * _voxelBytes; }
 
   Mark _mark;
   const void* _value;
-  int64 _voxelBytes;
-  bool _inverted;
+  uint8 _inversion;
+  const std::byte* _data;
+  SizeType _count;
+  int64 _stride, _bytesPerRow, _bytesPerSlice, _bytesPerVoxel;
   const std::byte* _row = nullptr;
-  int64 _stride = 1;
-  SizeType _count = 0;
   SizeType _next = 0;  // what `next` last found
 };
+
+/// By value: a minimum by reference keeps compilers from turning a loop into vector code.
+template <class T>
+T smaller(T a, T b) {
+  return b < a ? b : a;
+}
 
 /// `value + steps`, at most the largest value of the type.
 template <class T>
 T plusSteps(T value, T steps) {
-  return static_cast<T>(std::min<T>(value, static_cast<T>(std::numeric_limits<T>::max() - steps)) + steps);
+  return static_cast<T>(smaller(value, static_cast<T>(std::numeric_limits<T>::max() - steps)) + steps);
 }
 
-/// The distances of the voxels of a chunk to the nearest source in it, from their marks. If there is none, they stay 255.
+/// The distances of the voxels of a chunk to the nearest source in it, from their marks. If there is none, they stay
+/// 255.
 class ChunkDistances {
 public:
   ChunkDistances() { _padded.fill(255); }
@@ -139,7 +143,7 @@ private:
     uint8* const marks = this->marks();
     alignas(64) std::array<uint8, distanceChunk> nearer;
     for (SizeType i = 0; i < distanceChunk; ++i) {
-      nearer[i] = std::min(marks[i], plusSteps(std::min(marks[i - width], marks[i + width]), width));
+      nearer[i] = smaller(marks[i], plusSteps(smaller(marks[i - width], marks[i + width]), width));
     }
     std::memcpy(marks, nearer.data(), nearer.size());
   }
@@ -201,15 +205,15 @@ private:
     const T left = passed == none ? _ceiling : stepsFrom(_base, first - passed);
     const T right = hasBehind ? stepsFrom(_base, behind - first - (distanceChunk - 1)) : _ceiling;
     for (SizeType i = 0; i < distanceChunk; ++i) {
-      const T around = std::min(plusSteps(left, ramp<T>[i]), plusSteps(right, ramp<T>[distanceChunk - 1 - i]));
-      _steps[i] = std::min(around, _ceiling);
+      const T around = smaller(plusSteps(left, ramp<T>[i]), plusSteps(right, ramp<T>[distanceChunk - 1 - i]));
+      _steps[i] = smaller(around, _ceiling);
     }
     if (!any) {
       return passed;
     }
     const uint8* const within = chunk.measure();
     for (SizeType i = 0; i < distanceChunk; ++i) {
-      _steps[i] = std::min(_steps[i], static_cast<T>(_base + static_cast<T>(within[i])));
+      _steps[i] = smaller(_steps[i], static_cast<T>(_base + static_cast<T>(within[i])));
     }
     return first + distanceChunk - 1 - within[distanceChunk - 1];
   }
@@ -229,25 +233,23 @@ template <Neighbours set, class T, class Stride>
 void takeSteps(T* __restrict row, const NeighbourRows<T>& rows, Stride stride, SizeType count) {
   const auto at = [stride](SizeType x) { return static_cast<int64>(x) * stride; };
   const T *a = rows[0], *b = rows[1];
-  const auto lower = [&](SizeType x, T near) { row[at(x)] = std::min(row[at(x)], plusSteps(near, T(1))); };
+  const auto lower = [&](SizeType x, T near) { row[at(x)] = smaller(row[at(x)], plusSteps(near, T(1))); };
   if constexpr (set == Neighbours::faces) {
     for (SizeType x = 0; x < count; ++x) {
-      lower(x, std::min(a[at(x)], b[at(x)]));
+      lower(x, smaller(a[at(x)], b[at(x)]));
     }
   } else {
     const T *c = rows[2], *d = rows[3];
-    const auto across = [&](SizeType x) {
-      return std::min(std::min(a[at(x)], b[at(x)]), std::min(c[at(x)], d[at(x)]));
-    };
+    const auto across = [&](SizeType x) { return smaller(smaller(a[at(x)], b[at(x)]), smaller(c[at(x)], d[at(x)])); };
     if (count == 1) {
       lower(0, across(0));
       return;
     }
-    lower(0, std::min(across(0), across(1)));
+    lower(0, smaller(across(0), across(1)));
     for (SizeType x = 1; x + 1 < count; ++x) {
-      lower(x, std::min(std::min(across(x - 1), across(x)), across(x + 1)));
+      lower(x, smaller(smaller(across(x - 1), across(x)), across(x + 1)));
     }
-    lower(count - 1, std::min(across(count - 2), across(count - 1)));
+    lower(count - 1, smaller(across(count - 2), across(count - 1)));
   }
 }
 
