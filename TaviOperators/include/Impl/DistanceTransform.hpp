@@ -150,7 +150,8 @@ private:
       if (run.initialise(input, value)) {
         const View<const Out> initialised{output.data,       output.dimPrim,   output.dimSec,    output.dimTert,
                                           output.stridePrim, output.strideSec, output.strideTert};
-        run.finish(RowSources(Out(0), run.startsBelowZero(), initialised), true);
+        const Out source = 0;
+        run.finish(RowSources(source, run.startsBelowZero(), initialised), true);
       }
     } else {
       run.finish(RowSources(value, run.startsBelowZero(), input), false);
