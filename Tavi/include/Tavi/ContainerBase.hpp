@@ -16,7 +16,7 @@ class RoiComposite;
 
 namespace Container {
 
-/// The text by which an element type stands in the identifier of a container.
+/// The text by which an element type stands in the identifier of a container: `text`, or what `compose()` returns.
 template <class T>
 struct ElementName;
 template <>
@@ -31,6 +31,15 @@ template <>
 struct ElementName<SmartPointer<Persistence::IComposite>> {
   static constexpr const char* text = "NORV::Tavi::SmartPointer< NORV::Tavi::Persistence::IComposite >";
 };
+
+template <class T>
+std::string elementName() {
+  if constexpr (requires { ElementName<T>::compose(); }) {
+    return ElementName<T>::compose();
+  } else {
+    return ElementName<T>::text;
+  }
+}
 
 /// A standard sequence of composites that is itself a node: its keys are the decimal texts of the indices. Its
 /// failures name the container by `Words`.
@@ -58,7 +67,7 @@ public:
     return std::to_string(index);
   }
   SizeType getNumberOfKeys() const override { return this->size(); }
-  std::string getType() const override { return std::string(Words::name) + "< " + ElementName<Element>::text + " >"; }
+  std::string getType() const override { return std::string(Words::name) + "< " + elementName<Element>() + " >"; }
 
 private:
   std::ptrdiff_t position(const std::string& key, const Exceptions::Origin& origin) const {
