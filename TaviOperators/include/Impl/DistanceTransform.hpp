@@ -3,6 +3,7 @@
 #include <Impl/Dispatch.hpp>
 #include <Impl/DistancePasses.hpp>
 #include <Impl/View.hpp>
+#include <Impl/VoxelTypeDispatch.hpp>
 #include <Operator.hpp>
 
 #include <algorithm>
@@ -120,9 +121,7 @@ class DistanceOperator : public TaviOperators::Operator<Derived> {
   using Out = VoxelOf<OutputPtr>;
 
 public:
-  std::string getType() const override {
-    return composeIdentifier(Traits::names, std::string(Tavi::typeName<In>) + " , " + Tavi::typeName<Out>);
-  }
+  std::string getType() const override { return voxelTypeIdentifier<InputPtr, OutputPtr>(Traits::names); }
 
   void apply(SmartPointer<IComposite> composite) override {
     this->beginApply();
@@ -167,16 +166,5 @@ private:
     return false;
   }
 };
-
-/// The typed operator that fits the volumes of a parameter object; without an output volume, the one whose distances
-/// are of the input's voxel type.
-template <class Parameter>
-SmartPointer<IOperator> createDistanceOperator(const Names& names, const SmartPointer<IComposite>& composite) {
-  const auto parameter = castParameter<Parameter>(composite, names.inFrame("invalid parameter object!"));
-  const SmartPointer<IVolume> input = parameter->inputVolume.value();
-  requireGiven(input, names.inFrame("inputVolume is NULL!"));
-  const SmartPointer<IVolume> output = orElse(parameter->outputVolume.value(), input);
-  return createByIdentifier(composeIdentifier(names, input->getVoxelType() + " , " + output->getVoxelType()));
-}
 
 }  // namespace NORV::TaviOperators::Impl

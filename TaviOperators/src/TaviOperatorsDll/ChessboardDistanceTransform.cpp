@@ -1,6 +1,7 @@
 #include <ChessboardDistanceTransform.hpp>
 #include <DLL/ChessboardDistanceTransform.hpp>
 #include <Impl/Instances.hpp>
+#include <Impl/VoxelTypeDispatch.hpp>
 
 namespace NORV::TaviOperators::DLL {
 namespace {
@@ -18,7 +19,7 @@ ChessboardDistanceTransform::Operator& ChessboardDistanceTransform::Operator::op
 
 SmartPointer<IOperator> ChessboardDistanceTransform::Operator::getOperatorFromParameterObject(
     SmartPointer<IComposite> composite) const {
-  return Impl::createDistanceOperator<Typed::Parameter>(Typed::names, composite);
+  return Impl::createByVoxelTypes<Typed::Parameter>(Typed::names, composite);
 }
 
 }  // namespace NORV::TaviOperators::DLL

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <Impl/ObjectSelection.hpp>
+
+#include <algorithm>
+
+/// Removes all objects but the largest, or those that share the largest size.
+///
+/// Objects are told by a label volume; one label can be protected. Extra memory: 9 bytes per label value up to the
+/// largest that occurs. One thread, three steps of progress per slice.
+namespace NORV::TaviOperators::BiggestObjectKeeper {
+
+struct Rule {
+  static constexpr Impl::Names names{"BiggestObjectKeeper"};
+  static constexpr bool hasThreshold = false;
+
+  static Impl::Decision decide(Impl::LabelCounts& counts, uint64 /*threshold*/, bool protects, SizeType background) {
+    if (protects && background < counts.size()) {
+      counts[background] = 0;
+    }
+    const uint64 largest = *std::max_element(counts.begin(), counts.end());
+    if (protects && background < counts.size()) {
+      counts[background] = largest;
+    }
+    return Impl::decideByCount(counts, [largest](uint64 count) { return count < largest; });
+  }
+};
+
+inline constexpr const Impl::Names& names = Rule::names;
+
+class Parameter final : public Impl::SelectionParameter<Parameter, Rule> {
+public:
+  Parameter() {}  // written out: an implicit one would not register the class in a library that never calls it
+};
+
+template <class InputPtr, class LabelPtr, class OutputPtr>
+class Operator final
+    : public Impl::SelectionOperator<Operator<InputPtr, LabelPtr, OutputPtr>, Parameter, Rule, InputPtr, LabelPtr> {};
+
+}  // namespace NORV::TaviOperators::BiggestObjectKeeper

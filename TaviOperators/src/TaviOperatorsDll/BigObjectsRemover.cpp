@@ -1,0 +1,26 @@
+#include <BigObjectsRemover.hpp>
+#include <DLL/BigObjectsRemover.hpp>
+#include <Impl/Instances.hpp>
+
+namespace NORV::TaviOperators::DLL {
+namespace {
+
+namespace Typed = TaviOperators::BigObjectsRemover;
+
+template <class InputPtr, class LabelPtr>
+using SameOutput = Typed::Operator<InputPtr, LabelPtr, InputPtr>;
+using Instances = Impl::Pairs<Impl::UnsignedVoxelTypes, Impl::UnsignedVoxelTypes>;
+
+}  // namespace
+
+BigObjectsRemover::Operator::Operator() { Impl::constructEach<SameOutput, Instances>(); }
+BigObjectsRemover::Operator::Operator(const Operator&) = default;
+BigObjectsRemover::Operator::~Operator() = default;
+BigObjectsRemover::Operator& BigObjectsRemover::Operator::operator=(const Operator&) = default;
+
+SmartPointer<IOperator> BigObjectsRemover::Operator::getOperatorFromParameterObject(
+    SmartPointer<IComposite> composite) const {
+  return Impl::createSelectionOperator<Typed::Parameter>(Typed::names, composite);
+}
+
+}  // namespace NORV::TaviOperators::DLL
