@@ -1,0 +1,26 @@
+#include <ChessboardConnectedComponentsAnalysis.hpp>
+#include <DLL/ChessboardConnectedComponentsAnalysis.hpp>
+#include <Impl/Instances.hpp>
+
+namespace NORV::TaviOperators::DLL {
+namespace {
+
+namespace Typed = TaviOperators::ChessboardConnectedComponentsAnalysis;
+
+// Other operators run those of int8 on volumes of marks.
+using Instances = Impl::Pairs<Impl::Concat<Impl::UnsignedVoxelTypes, Impl::TypeList<int8>>, Impl::UnsignedVoxelTypes>;
+
+}  // namespace
+
+ChessboardConnectedComponentsAnalysis::Operator::Operator() { Impl::constructEach<Typed::Operator, Instances>(); }
+ChessboardConnectedComponentsAnalysis::Operator::Operator(const Operator&) = default;
+ChessboardConnectedComponentsAnalysis::Operator::~Operator() = default;
+ChessboardConnectedComponentsAnalysis::Operator& ChessboardConnectedComponentsAnalysis::Operator::operator=(
+    const Operator&) = default;
+
+SmartPointer<IOperator> ChessboardConnectedComponentsAnalysis::Operator::getOperatorFromParameterObject(
+    SmartPointer<IComposite> composite) const {
+  return Impl::createConnectedComponentsOperator<Typed::Parameter>(Typed::names, composite);
+}
+
+}  // namespace NORV::TaviOperators::DLL
