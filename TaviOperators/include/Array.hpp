@@ -61,6 +61,7 @@ public:
   SizeType size() const { return _size; }
   SizeType capacity() const { return _capacity; }
   SizeType growthStep() const { return _growthStep; }
+  void setGrowthStep(SizeType step) { _growthStep = step > 0 ? step : 1; }
   bool empty() const { return _size == 0; }
   T* data() { return _data; }
   const T* data() const { return _data; }

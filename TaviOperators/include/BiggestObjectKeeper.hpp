@@ -2,39 +2,33 @@
 
 #include <Impl/ObjectSelection.hpp>
 
-#include <algorithm>
-
-/// Removes all objects but the largest, or those that share the largest size.
-///
-/// Objects are told by a label volume; one label can be protected. Extra memory: 9 bytes per label value up to the
-/// largest that occurs. One thread, three steps of progress per slice.
+/// Removes all objects of a volume but the largest, or those that share the largest size.
 namespace NORV::TaviOperators::BiggestObjectKeeper {
 
-struct Rule {
+struct Traits {
   static constexpr Impl::Names names{"BiggestObjectKeeper"};
-  static constexpr bool hasThreshold = false;
 
-  static Impl::Decision decide(Impl::LabelCounts& counts, uint64 /*threshold*/, bool protects, SizeType background) {
-    if (protects && background < counts.size()) {
-      counts[background] = 0;
+  static Impl::SizeRule rule(Impl::ObjectSizes& sizes, uint64* protectedSize, uint64) {
+    if (protectedSize == nullptr) {
+      return {sizes.largest(), true};
     }
-    const uint64 largest = *std::max_element(counts.begin(), counts.end());
-    if (protects && background < counts.size()) {
-      counts[background] = largest;
-    }
-    return Impl::decideByCount(counts, [largest](uint64 count) { return count < largest; });
+    *protectedSize = 0;
+    *protectedSize = sizes.largest();
+    return {*protectedSize, true};
   }
 };
 
-inline constexpr const Impl::Names& names = Rule::names;
+inline constexpr const Impl::Names& names = Traits::names;
 
-class Parameter final : public Impl::SelectionParameter<Parameter, Rule> {
+/// One run. The background label is a `Data` of the voxel type of inputLabelVolume, the substitution value one of that
+/// of inputVolume.
+class Parameter final : public Impl::BiggestSelectionParameter<Parameter, Traits> {
 public:
   Parameter() {}  // written out: an implicit one would not register the class in a library that never calls it
 };
 
 template <class InputPtr, class LabelPtr, class OutputPtr>
-class Operator final
-    : public Impl::SelectionOperator<Operator<InputPtr, LabelPtr, OutputPtr>, Parameter, Rule, InputPtr, LabelPtr> {};
+class Operator final : public Impl::SelectionOperator<Operator<InputPtr, LabelPtr, OutputPtr>, Parameter, Traits,
+                                                      InputPtr, LabelPtr, OutputPtr> {};
 
 }  // namespace NORV::TaviOperators::BiggestObjectKeeper

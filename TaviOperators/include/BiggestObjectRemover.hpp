@@ -2,36 +2,33 @@
 
 #include <Impl/ObjectSelection.hpp>
 
-#include <algorithm>
-
-/// Removes the largest object, or all that share the largest size.
+/// Removes the largest object of a volume, or all that share the largest size.
 ///
-/// Objects are told by a label volume; one label can be protected. Extra memory: 9 bytes per label value up to the
-/// largest that occurs. One thread, three steps of progress per slice.
+/// If there is nothing but the protected label, all is removed.
 namespace NORV::TaviOperators::BiggestObjectRemover {
 
-struct Rule {
+struct Traits {
   static constexpr Impl::Names names{"BiggestObjectRemover"};
-  static constexpr bool hasThreshold = false;
 
-  static Impl::Decision decide(Impl::LabelCounts& counts, uint64 /*threshold*/, bool protects, SizeType background) {
-    if (protects && background < counts.size()) {
-      counts[background] = 0;
+  static Impl::SizeRule rule(Impl::ObjectSizes& sizes, uint64* protectedSize, uint64) {
+    if (protectedSize != nullptr) {
+      *protectedSize = 0;
     }
-    const uint64 largest = *std::max_element(counts.begin(), counts.end());
-    return Impl::decideByCount(counts, [largest](uint64 count) { return !(count < largest); });
+    return {sizes.largest(), false};
   }
 };
 
-inline constexpr const Impl::Names& names = Rule::names;
+inline constexpr const Impl::Names& names = Traits::names;
 
-class Parameter final : public Impl::SelectionParameter<Parameter, Rule> {
+/// One run. The background label is a `Data` of the voxel type of inputLabelVolume, the substitution value one of that
+/// of inputVolume.
+class Parameter final : public Impl::BiggestSelectionParameter<Parameter, Traits> {
 public:
   Parameter() {}  // written out: an implicit one would not register the class in a library that never calls it
 };
 
 template <class InputPtr, class LabelPtr, class OutputPtr>
-class Operator final
-    : public Impl::SelectionOperator<Operator<InputPtr, LabelPtr, OutputPtr>, Parameter, Rule, InputPtr, LabelPtr> {};
+class Operator final : public Impl::SelectionOperator<Operator<InputPtr, LabelPtr, OutputPtr>, Parameter, Traits,
+                                                      InputPtr, LabelPtr, OutputPtr> {};
 
 }  // namespace NORV::TaviOperators::BiggestObjectRemover

@@ -2,33 +2,25 @@
 
 #include <Impl/ConnectedComponents.hpp>
 
-/// Labels the objects of a volume: connected sets of voxels that differ from the background, where voxels touch that
-/// share a face.
-///
-/// Labels rise from 1 in the order in which a scan meets the objects; the background is 0. Extra memory: the table of
-/// provisional labels, which stays with the operator, and two bits per voxel of a slice. One thread; two steps of
-/// progress per slice.
+/// Numbers the objects of a volume, where voxels that share a face are of one object.
 namespace NORV::TaviOperators::CityblockConnectedComponentsAnalysis {
 
 struct Traits {
   static constexpr Impl::Names names{"CityblockConnectedComponentsAnalysis"};
-  static constexpr Impl::Connectivity connectivity = Impl::Connectivity::faces;
-
-  template <class In>
-  [[noreturn]] static void throwOverflow() {
-    Impl::throwCityblockOverflow();
-  }
+  static constexpr Impl::Neighbours neighbours = Impl::Neighbours::faces;
 };
 
 inline constexpr const Impl::Names& names = Traits::names;
 
-class Parameter final : public Impl::LabellingParameter<Parameter, Traits> {
+/// One run. The background is a `Data<T>` of the voxel type of inputFirstVolume.
+class Parameter final : public Impl::ConnectedComponentsParameter<Parameter, Traits> {
 public:
   Parameter() {}  // written out: an implicit one would not register the class in a library that never calls it
 };
 
 template <class InputPtr, class OutputPtr>
 class Operator final
-    : public Impl::LabellingOperator<Operator<InputPtr, OutputPtr>, Parameter, Traits, InputPtr, OutputPtr> {};
+    : public Impl::ConnectedComponentsOperator<Operator<InputPtr, OutputPtr>, Parameter, Traits, InputPtr, OutputPtr> {
+};
 
 }  // namespace NORV::TaviOperators::CityblockConnectedComponentsAnalysis

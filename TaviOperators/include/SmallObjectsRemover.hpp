@@ -2,35 +2,33 @@
 
 #include <Impl/ObjectSelection.hpp>
 
-/// Removes the objects of fewer than a given number of voxels.
+/// Removes the objects of a volume that have fewer voxels than a threshold.
 ///
-/// Objects are told by a label volume; one label can be protected. Extra memory: 9 bytes per label value up to the
-/// largest that occurs. One thread, three steps of progress per slice.
+/// The number of removed objects counts labels below the largest that occur nowhere as objects without a voxel.
 namespace NORV::TaviOperators::SmallObjectsRemover {
 
-/// Label values that occur in no voxel are counted among the removed objects where the threshold is above 0.
-
-struct Rule {
+struct Traits {
   static constexpr Impl::Names names{"SmallObjectsRemover"};
-  static constexpr bool hasThreshold = true;
 
-  static Impl::Decision decide(Impl::LabelCounts& counts, uint64 threshold, bool protects, SizeType background) {
-    if (protects && background < counts.size()) {
-      counts[background] = threshold;
+  static Impl::SizeRule rule(Impl::ObjectSizes&, uint64* protectedSize, uint64 threshold) {
+    if (protectedSize != nullptr) {
+      *protectedSize = threshold;
     }
-    return Impl::decideByCount(counts, [threshold](uint64 count) { return count < threshold; });
+    return {threshold, true};
   }
 };
 
-inline constexpr const Impl::Names& names = Rule::names;
+inline constexpr const Impl::Names& names = Traits::names;
 
-class Parameter final : public Impl::SelectionParameter<Parameter, Rule> {
+/// One run. The background label is a `Data` of the voxel type of inputLabelVolume, the substitution value one of that
+/// of inputVolume.
+class Parameter final : public Impl::SizeSelectionParameter<Parameter, Traits> {
 public:
   Parameter() {}  // written out: an implicit one would not register the class in a library that never calls it
 };
 
 template <class InputPtr, class LabelPtr, class OutputPtr>
-class Operator final
-    : public Impl::SelectionOperator<Operator<InputPtr, LabelPtr, OutputPtr>, Parameter, Rule, InputPtr, LabelPtr> {};
+class Operator final : public Impl::SelectionOperator<Operator<InputPtr, LabelPtr, OutputPtr>, Parameter, Traits,
+                                                      InputPtr, LabelPtr, OutputPtr> {};
 
 }  // namespace NORV::TaviOperators::SmallObjectsRemover

@@ -5,23 +5,25 @@
 #include <Impl/View.hpp>
 #include <Operator.hpp>
 #include <Tavi/CheckedCast.hpp>
-#include <Tavi/Exceptions.hpp>
 
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <string>
 #include <utility>
 
-/// Permutes the labels of a volume at random, but for label 0, so that neighbouring objects get labels far apart.
+/// Permutes the labels of a label volume at random, all but 0, so that neighbouring objects get numbers, and colours,
+/// far apart.
 ///
-/// R. Durstenfeld: Algorithm 235: Random Permutation. Communications of the ACM 7 (1964), with the C library's
-/// `rand()`, which is not seeded here: `srand` makes a run repeatable. Extra memory: one voxel per label. One thread, a
-/// step of progress per slice.
+/// The permutation follows the process-wide sequence of `std::rand`, which is not seeded here: `std::srand` makes runs
+/// repeatable. A label at or beyond inputNumberOfLabels throws IndexOutOfRange before anything is written; a number of
+/// labels beyond 2^32 throws `std::overflow_error`. Extra memory: one label per number of labels. One thread; a step of
+/// progress per slice.
 namespace NORV::TaviOperators::SwitchLabelsRandom {
 
 inline constexpr Impl::Names names{"SwitchLabelsRandom"};
 
-/// One run. Labels are uint8, uint16 or uint32; all lie below inputNumberOfLabels.
+/// One run.
 class Parameter final : public CompositeOfProperties<Parameter> {
 public:
   Property<SmartPointer<IVolume>> inputVolume;
@@ -29,32 +31,51 @@ public:
   Property<SmartPointer<IVolume>> outputVolume;
 
   Parameter() {
-    append("inputVolume", inputVolume, {Takes::volume, required, "labels"});
+    append("inputVolume", inputVolume, {Takes::volume, required, "labels, of an unsigned voxel type"});
     append("inputNumberOfLabels", inputNumberOfLabels,
-           {Takes::count, required, "largest label plus one, as a labelling reports it"});
+           {Takes::count, required, "number of labels, the background included; all labels are below it"});
     append("outputVolume", outputVolume, {Takes::volume, optional, "target of the same voxel type; made if absent"});
   }
   std::string getType() const override { return names.parameterType(); }
 };
 
-/// The new label of each label. With up to two labels there is nothing to permute.
+/// The labels from 0 on, each at its own place.
 template <class T>
-Array<T> shuffledLabels(SizeType labels) {
-  Array<T> table(1, labels);
-  for (SizeType i = 0; i < labels; ++i) {
-    table.append(static_cast<T>(i));
+Array<T> makeLabels(SizeType count) {
+  Array<T> labels(1, count);
+  for (SizeType i = 0; i < count; ++i) {
+    labels.append(static_cast<T>(i));
   }
-  if (labels > 2) {
-    const auto range = static_cast<uint32>(labels - 1);
-    for (SizeType i = 1; i < labels;) {
-      const SizeType other = static_cast<uint32>(std::rand()) % range;
-      if (other != 0) {
-        std::swap(table.data()[i], table.data()[other]);
-        ++i;
+  return labels;
+}
+
+/// Swaps each label in turn with one drawn from those between the first and the last.
+template <class T>
+void shuffle(Array<T>& labels, uint32 last) {
+  if (last < 2) {
+    return;  // no label lies between them
+  }
+  for (SizeType i = 1; i <= last; ++i) {
+    uint32 drawn = 0;
+    while (drawn == 0) {
+      drawn = static_cast<uint32>(std::rand()) % last;
+    }
+    std::swap(labels.data()[i], labels.data()[drawn]);
+  }
+}
+
+template <class T>
+T largestVoxel(const Impl::View<const T>& view) {
+  T largest = 0;
+  for (SizeType tert = 0; tert < view.dimTert; ++tert) {
+    for (SizeType sec = 0; sec < view.dimSec; ++sec) {
+      const T* voxel = view.row(sec, tert);
+      for (SizeType prim = 0; prim < view.dimPrim; ++prim, voxel += view.stridePrim) {
+        largest = std::max(largest, *voxel);
       }
     }
   }
-  return table;
+  return largest;
 }
 
 template <class InputPtr, class OutputPtr>
@@ -71,52 +92,38 @@ public:
     Impl::requireGiven(input, names.inApply(" input volume is NULL"));
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
-    const uint64 labels = parameter->inputNumberOfLabels.value();
-    Impl::require(labels != 0, names.inApply(" Number of labels was not provided"));
-    static_cast<void>(Tavi::checkedCast<uint32>(labels - 1));
-    const Impl::View<const T> from = Impl::viewOf(std::as_const(*input));
-    requireCovered(from, labels);
+    const SizeType count = parameter->inputNumberOfLabels.value();
+    Impl::require(count != 0, names.inApply(" Number of labels was not provided"));
+    const auto last = Tavi::checkedCast<uint32>(count - 1);
+    Array<T> labels = makeLabels<T>(count);
+    const auto view = Impl::inputViewOf(*input);
+    if (last < std::numeric_limits<T>::max() && view.size() > 0) {
+      static_cast<void>(labels.at(largestVoxel(view)));
+    }
+    shuffle(labels, last);
+    replace(labels.data(), view, Impl::viewOf(*output));
+    if (!this->isAborted()) {
+      parameter->outputVolume = output;
+    }
+  }
 
-    const Array<T> table = shuffledLabels<T>(labels);
-    const Impl::View<T> to = Impl::viewOf(*output);
-    this->setTotal(from.dimTert);
-    for (SizeType tert = 0; tert < from.dimTert; ++tert) {
+private:
+  void replace(const T* labels, const Impl::View<const T>& input, const Impl::View<T>& output) {
+    this->setTotal(input.dimTert);
+    for (SizeType tert = 0; tert < input.dimTert; ++tert) {
       this->advance();
       if (this->isAborted()) {
         return;
       }
-      for (SizeType sec = 0; sec < from.dimSec; ++sec) {
-        replaceRow(from.row(sec, tert), from.stridePrim, to.row(sec, tert), to.stridePrim, from.dimPrim, table);
-      }
-    }
-    parameter->outputVolume = output;
-  }
-
-private:
-  /// A label beyond the table would be a read past its end, so all are looked at before one is written.
-  static void requireCovered(const Impl::View<const T>& view, uint64 labels) {
-    if (labels > std::numeric_limits<T>::max()) {
-      return;
-    }
-    for (SizeType tert = 0; tert < view.dimTert; ++tert) {
-      for (SizeType sec = 0; sec < view.dimSec; ++sec) {
-        const T* const row = view.row(sec, tert);
-        T largest = 0;
-        for (int64 i = 0; i < static_cast<int64>(view.dimPrim); ++i) {
-          largest = std::max(largest, row[i * view.stridePrim]);
-        }
-        if (largest >= labels) {
-          throw Exceptions::IndexOutOfRange("SwitchLabelsRandom::Operator::apply", largest, 0, labels - 1);
+      for (SizeType sec = 0; sec < input.dimSec; ++sec) {
+        const T* from = input.row(sec, tert);
+        T* to = output.row(sec, tert);
+        for (SizeType prim = 0; prim < input.dimPrim; ++prim) {
+          *to = labels[*from];
+          from += input.stridePrim;
+          to += output.stridePrim;
         }
       }
-    }
-  }
-
-  static void replaceRow(const T* from, int64 fromStride, T* to, int64 toStride, SizeType count,
-                         const Array<T>& table) {
-    for (int64 i = 0; i < static_cast<int64>(count); ++i) {
-      const T label = from[i * fromStride];
-      to[i * toStride] = label < table.size() ? table.data()[label] : label;  // an output may lie in the input's memory
     }
   }
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Impl/Neighbours.hpp>
 #include <Impl/View.hpp>
 #include <Tavi/Types.hpp>
 
@@ -15,9 +16,6 @@
 namespace NORV::TaviOperators::Impl {
 
 using Tavi::SizeType;
-
-/// The voxels to which one step leads: across the 6 faces, or to all 26 around.
-enum class Neighbours { faces, all };
 
 /// Rows are measured in chunks of so many voxels.
 inline constexpr SizeType distanceChunk = 64;

@@ -1,23 +1,24 @@
 #pragma once
 
 #include <Impl/Dispatch.hpp>
+#include <Impl/ObjectSizes.hpp>
 #include <Impl/View.hpp>
 #include <Operator.hpp>
-#include <Tavi/Types.hpp>
 
-#include <algorithm>
 #include <string>
 #include <utility>
-#include <vector>
 
-/// Removal of objects by their number of voxels, which a label volume tells: removed voxels take a substitution value,
-/// all others are copied.
+/// Copies a volume without some of its objects: their voxels take another grey value.
 ///
-/// Extra memory: 9 bytes per label value up to the largest that occurs. One thread.
+/// Which voxel belongs to which object is told by a label volume of the same extents; each label that occurs is an
+/// object, 0 as any other, but for one that may be protected. Voxels are paired by their places in the views.
+///
+/// Three passes over the volume: the largest label, the sizes, the copy. Extra memory: 8 bytes for each label up to the
+/// largest that occurs, whatever the number of objects. One thread; three steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
 
-/// The parameter objects of the four operators; `Rule` says which of the keys there are.
-template <class Derived, class Rule>
+/// What the parameter objects of all selections share.
+template <class Derived, class Traits>
 class SelectionParameter : public CompositeOfProperties<Derived> {
 public:
   template <class T>
@@ -25,208 +26,182 @@ public:
 
   Property<SmartPointer<IVolume>> inputVolume;
   Property<SmartPointer<IVolume>> inputLabelVolume;
-  Property<uint64> inputThreshold;
   Property<bool> inputBackgroundLabelEnabled;
   Property<IData> inputBackgroundLabel;
   Property<IData> inputSubstitutionValue;
   Property<SmartPointer<IVolume>> outputVolume;
-  Property<uint64> outputNumberOfRemovedObjects;
 
-  SelectionParameter() {
-    this->append("inputVolume", inputVolume, {Takes::volume, required, "grey values, uint8, uint16 or uint32"});
+  std::string getType() const override { return Traits::names.parameterType(); }
+
+protected:
+  void appendInputVolumes() {
+    this->append("inputVolume", inputVolume, {Takes::volume, required, "grey values, of an unsigned voxel type"});
     this->append("inputLabelVolume", inputLabelVolume,
-                 {Takes::volume, required, "labels of the same extents, uint8, uint16 or uint32"});
-    if constexpr (Rule::hasThreshold) {
-      this->append("inputThreshold", inputThreshold, {Takes::count, optional, "limit of the size, in voxels"});
-    }
-    this->append("inputBackgroundLabelEnabled", inputBackgroundLabelEnabled,
-                 {Takes::flag, optional, "whether one label is protected from removal"});
-    this->append("inputBackgroundLabel", inputBackgroundLabel,
-                 {Takes::number, optional, "the protected label, of the voxel type of the labels"});
-    this->append("inputSubstitutionValue", inputSubstitutionValue,
-                 {Takes::likeInput, required, "grey value of removed voxels"});
-    this->append("outputVolume", outputVolume, {Takes::volume, optional, "result; made if absent"});
-    if constexpr (Rule::hasThreshold) {
-      this->append("outputNumberOfRemovedObjects", outputNumberOfRemovedObjects,
-                   {Takes::count, optional, "how many labels met the test"});
-    }
+                 {Takes::volume, required, "labels of the same extents, of an unsigned voxel type"});
   }
-  std::string getType() const override { return Rule::names.parameterType(); }
+  void appendOthers() {
+    this->append("inputBackgroundLabelEnabled", inputBackgroundLabelEnabled,
+                 {Takes::flag, optional, "whether the label inputBackgroundLabel is kept whatever its size"});
+    this->append("inputBackgroundLabel", inputBackgroundLabel,
+                 {Takes::likeInput, optional, "label that is kept, of the voxel type of the labels"});
+    this->append("inputSubstitutionValue", inputSubstitutionValue,
+                 {Takes::likeInput, required, "grey value of what is removed"});
+    this->append("outputVolume", outputVolume,
+                 {Takes::volume, optional, "target of the same voxel type; made if absent"});
+  }
 };
 
-/// How many voxels have each label, from 0 to the largest one.
-using LabelCounts = std::vector<uint64>;
-
-template <class L>
-L largestLabel(const L* labels, SizeType count) {
-  L largest = 0;
-  for (SizeType i = 0; i < count; ++i) {
-    largest = std::max(largest, labels[i]);
-  }
-  return largest;
-}
-
-/// Calls `run(label, begin, end)` for each stretch of one label.
-template <class L, class Run>
-void forEachStretch(const L* labels, SizeType count, const Run& run) {
-  for (SizeType begin = 0; begin < count;) {
-    const L label = labels[begin];
-    SizeType end = begin + 1;
-    while (end < count && labels[end] == label) {
-      ++end;
-    }
-    run(label, begin, end);
-    begin = end;
-  }
-}
-
-/// A row of a view as dense memory, gathered where it is not.
-template <class T>
-class DenseRow {
+/// The parameter object of a selection by a size that is given.
+template <class Derived, class Traits>
+class SizeSelectionParameter : public SelectionParameter<Derived, Traits> {
 public:
-  explicit DenseRow(const View<const T>& view) : _view(view), _buffer(view.hasDenseRows() ? 0 : view.dimPrim) {}
+  template <class T>
+  using Property = typename CompositeOfProperties<Derived>::template Property<T>;
 
-  const T* at(SizeType sec, SizeType tert) {
-    const T* const row = _view.row(sec, tert);
-    if (_view.hasDenseRows()) {
-      return row;
-    }
-    for (SizeType i = 0; i < _view.dimPrim; ++i) {
-      _buffer[i] = row[static_cast<int64>(i) * _view.stridePrim];
-    }
-    return _buffer.data();
+  Property<uint64> inputThreshold;
+  Property<uint64> outputNumberOfRemovedObjects;
+
+  SizeSelectionParameter() {
+    this->appendInputVolumes();
+    this->append("inputThreshold", inputThreshold,
+                 {Takes::count, optional, "size in voxels; an object of just this size is kept"});
+    this->appendOthers();
+    this->append("outputNumberOfRemovedObjects", outputNumberOfRemovedObjects,
+                 {Takes::count, optional, "how many labels, up to the largest, have a size that is removed"});
+  }
+};
+
+/// The parameter object of a selection by the size of the largest object.
+template <class Derived, class Traits>
+class BiggestSelectionParameter : public SelectionParameter<Derived, Traits> {
+public:
+  BiggestSelectionParameter() {
+    this->appendInputVolumes();
+    this->appendOthers();
+  }
+};
+
+/// Tells the steps of a selection: each slice of each pass is one, and the abort is looked for before it.
+class SelectionSteps {
+public:
+  SelectionSteps(OperatorBase& self, SizeType slices) : _self(self) { _self.setTotal(3 * slices); }
+  bool begin() {
+    _self.setDone(_done++);
+    return !_self.isAborted();
+  }
+  void end() {
+    _self.setTotal(1);
+    _self.setDone(1);
   }
 
 private:
-  const View<const T>& _view;
-  std::vector<T> _buffer;
+  OperatorBase& _self;
+  SizeType _done = 0;
 };
 
-/// Counts the voxels of a slice; the table grows to its largest label.
+/// The largest label and how often each occurs; an empty table after an abort.
 template <class L>
-[[gnu::noinline]] void countSlice(const View<const L>& labels, SizeType tert, DenseRow<L>& row, LabelCounts& counts) {
-  for (SizeType sec = 0; sec < labels.dimSec; ++sec) {
-    const L* const dense = row.at(sec, tert);
-    const SizeType needed = SizeType{largestLabel(dense, labels.dimPrim)} + 1;
-    if (needed > counts.size()) {
-      counts.resize(needed);
+[[gnu::noinline]] ObjectSizes measureObjects(SelectionSteps& steps, const View<const L>& labels) {
+  L largest = 0;
+  for (SizeType tert = 0; tert < labels.dimTert; ++tert) {
+    if (!steps.begin()) {
+      return {};
     }
-    forEachStretch(dense, labels.dimPrim, [&](L label, SizeType begin, SizeType end) {
-      if (label < counts.size()) {  // another thread may change a host's memory
-        counts[label] += end - begin;
-      }
-    });
+    for (SizeType sec = 0; sec < labels.dimSec; ++sec) {
+      largest = std::max(largest, largestLabel(labels.row(sec, tert), labels.stridePrim, labels.dimPrim));
+    }
   }
+  ObjectSizes sizes(SizeType{largest} + 1);
+  for (SizeType tert = 0; tert < labels.dimTert; ++tert) {
+    if (!steps.begin()) {
+      return {};
+    }
+    for (SizeType sec = 0; sec < labels.dimSec; ++sec) {
+      countLabels(labels.row(sec, tert), labels.stridePrim, labels.dimPrim, sizes);
+    }
+  }
+  return sizes;
 }
 
-/// Writes a slice of the result. Labels beyond the table, which an output in the memory of the labels can bring about,
-/// stay.
+/// Whether the copy was finished.
 template <class T, class L>
-[[gnu::noinline]] void selectSlice(const View<const T>& input, const View<const L>& labels, const View<T>& output,
-                                   SizeType tert, DenseRow<L>& row, const std::vector<uint8>& isRemoved,
-                                   T substitution) {
-  const bool areDense = input.hasDenseRows() && output.hasDenseRows();
-  for (SizeType sec = 0; sec < labels.dimSec; ++sec) {
-    const L* const dense = row.at(sec, tert);
-    const T* const from = input.row(sec, tert);
-    T* const to = output.row(sec, tert);
-    forEachStretch(dense, labels.dimPrim, [&](L label, SizeType begin, SizeType end) {
-      const bool removes = label < isRemoved.size() && isRemoved[label] != 0;
-      if (areDense) {
-        if (removes) {
-          std::fill(to + begin, to + end, substitution);
-        } else if (to != from) {
-          std::copy(from + begin, from + end, to + begin);
-        }
-        return;
+[[gnu::noinline]] bool copySelected(SelectionSteps& steps, const ObjectSizes& sizes, SizeRule rule,
+                                    const View<const L>& labels, const View<const T>& input, const View<T>& output,
+                                    T substitution) {
+  for (SizeType tert = 0; tert < output.dimTert; ++tert) {
+    if (!steps.begin()) {
+      return false;
+    }
+    for (SizeType sec = 0; sec < output.dimSec; ++sec) {
+      const L* label = labels.row(sec, tert);
+      const T* from = input.row(sec, tert);
+      T* to = output.row(sec, tert);
+      for (SizeType prim = 0; prim < output.dimPrim; ++prim) {
+        *to = rule.removes(sizes[*label]) ? substitution : *from;
+        label += labels.stridePrim;
+        from += input.stridePrim;
+        to += output.stridePrim;
       }
-      for (auto i = static_cast<int64>(begin); i < static_cast<int64>(end); ++i) {
-        to[i * output.stridePrim] = removes ? substitution : from[i * input.stridePrim];
-      }
-    });
+    }
   }
+  return true;
 }
 
-/// `Rule` has the operator's names, `hasThreshold`, `isProtected(counts, threshold)` for the count that a protected
-/// label is given, and `isRemoved`.
-template <class Derived, class Parameter, class Rule, class InputPtr, class LabelPtr>
+/// `Traits` gives the names and `rule(sizes, protectedLabel, threshold)`, which may change the size of the protected
+/// label; it is null if there is none.
+template <class Derived, class Parameter, class Traits, class InputPtr, class LabelPtr, class OutputPtr>
 class SelectionOperator : public TaviOperators::Operator<Derived> {
   using T = VoxelOf<InputPtr>;
   using L = VoxelOf<LabelPtr>;
+  static constexpr bool hasThreshold = requires(Parameter & p) { p.inputThreshold; };
 
 public:
   std::string getType() const override {
-    const std::string input = Tavi::typeName<T>;
-    return composeIdentifier(Rule::names, input + ", " + Tavi::typeName<L> + ", " + input);
+    return composeIdentifier(Traits::names,
+                             std::string(Tavi::typeName<T>) + ", " + Tavi::typeName<L> + ", " + Tavi::typeName<T>);
   }
 
   void apply(SmartPointer<IComposite> composite) override {
     this->beginApply();
-    const Names& names = Rule::names;
+    const Names& names = Traits::names;
     const auto parameter = castParameter<Parameter>(composite, names.inApply());
     const InputPtr input(parameter->inputVolume.value());
     const LabelPtr labels(parameter->inputLabelVolume.value());
-    const uint64 threshold = parameter->inputThreshold.value();
-    const bool protects = parameter->inputBackgroundLabelEnabled.value();
-    const L background = protects ? parameter->inputBackgroundLabel.template extractValue<L>() : L(0);
+    uint64 threshold = 0;
+    if constexpr (hasThreshold) {
+      threshold = parameter->inputThreshold.value();
+    }
+    const bool isProtecting = parameter->inputBackgroundLabelEnabled.value();
+    const L background = isProtecting ? parameter->inputBackgroundLabel.template extractValue<L>() : L(0);
     const T substitution = parameter->inputSubstitutionValue.template extractValue<T>();
     require(input != nullptr && labels != nullptr, names.inApply(" input volume is NULL"));
     require(input->getDimension() == labels->getDimension(), names.inApply(" input volume have different size"));
     const auto output =
-        this->template checkOutputVolume<InputPtr>(parameter->outputVolume.value(), input->getDimension());
+        this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
+    if constexpr (hasThreshold) {
+      parameter->outputNumberOfRemovedObjects = 0;
+    }
+
+    const auto labelView = viewOf(std::as_const(*labels));
+    SelectionSteps steps(*this, labelView.dimTert);
+    ObjectSizes sizes = measureObjects(steps, labelView);
+    if (sizes.size() == 0) {
+      return;
+    }
+    const SizeRule rule =
+        Traits::rule(sizes, isProtecting && background < sizes.size() ? &sizes[background] : nullptr, threshold);
+    if (!copySelected(steps, sizes, rule, labelView, viewOf(std::as_const(*input)), viewOf(*output), substitution)) {
+      return;
+    }
+    if constexpr (hasThreshold) {
+      parameter->outputNumberOfRemovedObjects = sizes.countRemoved(rule);
+    }
+    steps.end();
     parameter->outputVolume = output;
-    parameter->outputNumberOfRemovedObjects = 0;
-
-    const View<const L> labelView = viewOf(std::as_const(*labels));
-    DenseRow<L> row(labelView);
-    const SizeType slices = labelView.dimTert;
-    this->setTotal(std::max<SizeType>(3 * slices, 1));
-    LabelCounts counts(1);
-    // Looking for the largest label and counting go over a slice together, while it is in the cache.
-    for (SizeType tert = 0; tert < slices; ++tert) {
-      if (!beginStep(2 * tert)) {
-        return;
-      }
-      countSlice(labelView, tert, row, counts);
-    }
-    const auto [isRemoved, removed] = Rule::decide(counts, threshold, protects, background);
-    const View<const T> inputView = viewOf(std::as_const(*input));
-    const View<T> outputView = viewOf(*output);
-    for (SizeType tert = 0; tert < slices; ++tert) {
-      if (!beginStep(2 * slices + tert)) {
-        return;
-      }
-      selectSlice(inputView, labelView, outputView, tert, row, isRemoved, substitution);
-    }
-    parameter->outputNumberOfRemovedObjects = removed;
-    this->setDone(std::max<SizeType>(3 * slices, 1));
-  }
-
-private:
-  bool beginStep(SizeType done) {
-    this->setDone(done);
-    return !this->isAborted();
   }
 };
 
-/// Which labels go, and how many they are.
-struct Decision {
-  std::vector<uint8> isRemoved;
-  uint64 removed = 0;
-};
-
-/// Removes what `test(count)` says.
-template <class Test>
-Decision decideByCount(const LabelCounts& counts, const Test& test) {
-  Decision decision{std::vector<uint8>(counts.size()), 0};
-  for (SizeType label = 0; label < counts.size(); ++label) {
-    decision.isRemoved[label] = test(counts[label]) ? 1 : 0;
-    decision.removed += decision.isRemoved[label];
-  }
-  return decision;
-}
-
-/// The typed operator that fits the volumes of a parameter object; the output is of the input's voxel type if absent.
+/// The typed operator that fits the volumes of a parameter object; an output that is absent is made like the input.
 template <class Parameter>
 SmartPointer<IOperator> createSelectionOperator(const Names& names, const SmartPointer<IComposite>& composite) {
   const auto parameter = castParameter<Parameter>(composite, names.inFrame("invalid parameter object!"));

@@ -7,13 +7,14 @@ namespace {
 
 namespace Typed = TaviOperators::BigObjectsRemover;
 
-template <class InputPtr, class LabelPtr>
-using SameOutput = Typed::Operator<InputPtr, LabelPtr, InputPtr>;
+// Labels of each type on voxels of each type, which the output shares.
 using Instances = Impl::Pairs<Impl::UnsignedVoxelTypes, Impl::UnsignedVoxelTypes>;
+template <class InputPtr, class LabelPtr>
+using Instance = Typed::Operator<InputPtr, LabelPtr, InputPtr>;
 
 }  // namespace
 
-BigObjectsRemover::Operator::Operator() { Impl::constructEach<SameOutput, Instances>(); }
+BigObjectsRemover::Operator::Operator() { Impl::constructEach<Instance, Instances>(); }
 BigObjectsRemover::Operator::Operator(const Operator&) = default;
 BigObjectsRemover::Operator::~Operator() = default;
 BigObjectsRemover::Operator& BigObjectsRemover::Operator::operator=(const Operator&) = default;

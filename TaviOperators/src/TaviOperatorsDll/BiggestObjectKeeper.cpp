@@ -7,13 +7,14 @@ namespace {
 
 namespace Typed = TaviOperators::BiggestObjectKeeper;
 
-template <class InputPtr, class LabelPtr>
-using SameOutput = Typed::Operator<InputPtr, LabelPtr, InputPtr>;
+// Labels of each type on voxels of each type, which the output shares.
 using Instances = Impl::Pairs<Impl::UnsignedVoxelTypes, Impl::UnsignedVoxelTypes>;
+template <class InputPtr, class LabelPtr>
+using Instance = Typed::Operator<InputPtr, LabelPtr, InputPtr>;
 
 }  // namespace
 
-BiggestObjectKeeper::Operator::Operator() { Impl::constructEach<SameOutput, Instances>(); }
+BiggestObjectKeeper::Operator::Operator() { Impl::constructEach<Instance, Instances>(); }
 BiggestObjectKeeper::Operator::Operator(const Operator&) = default;
 BiggestObjectKeeper::Operator::~Operator() = default;
 BiggestObjectKeeper::Operator& BiggestObjectKeeper::Operator::operator=(const Operator&) = default;

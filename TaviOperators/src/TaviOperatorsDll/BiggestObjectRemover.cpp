@@ -7,13 +7,14 @@ namespace {
 
 namespace Typed = TaviOperators::BiggestObjectRemover;
 
-template <class InputPtr, class LabelPtr>
-using SameOutput = Typed::Operator<InputPtr, LabelPtr, InputPtr>;
+// Labels of each type on voxels of each type, which the output shares.
 using Instances = Impl::Pairs<Impl::UnsignedVoxelTypes, Impl::UnsignedVoxelTypes>;
+template <class InputPtr, class LabelPtr>
+using Instance = Typed::Operator<InputPtr, LabelPtr, InputPtr>;
 
 }  // namespace
 
-BiggestObjectRemover::Operator::Operator() { Impl::constructEach<SameOutput, Instances>(); }
+BiggestObjectRemover::Operator::Operator() { Impl::constructEach<Instance, Instances>(); }
 BiggestObjectRemover::Operator::Operator(const Operator&) = default;
 BiggestObjectRemover::Operator::~Operator() = default;
 BiggestObjectRemover::Operator& BiggestObjectRemover::Operator::operator=(const Operator&) = default;

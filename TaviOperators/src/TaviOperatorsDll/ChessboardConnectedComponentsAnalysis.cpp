@@ -7,8 +7,8 @@ namespace {
 
 namespace Typed = TaviOperators::ChessboardConnectedComponentsAnalysis;
 
-using Instances = Impl::Concat<Impl::Pairs<Impl::UnsignedVoxelTypes, Impl::UnsignedVoxelTypes>,
-                               Impl::Pairs<Impl::TypeList<int8>, Impl::UnsignedVoxelTypes>>;
+// Other operators run those of int8 on volumes of marks.
+using Instances = Impl::Pairs<Impl::Concat<Impl::UnsignedVoxelTypes, Impl::TypeList<int8>>, Impl::UnsignedVoxelTypes>;
 
 }  // namespace
 
@@ -20,7 +20,7 @@ ChessboardConnectedComponentsAnalysis::Operator& ChessboardConnectedComponentsAn
 
 SmartPointer<IOperator> ChessboardConnectedComponentsAnalysis::Operator::getOperatorFromParameterObject(
     SmartPointer<IComposite> composite) const {
-  return Impl::createLabellingOperator<Typed::Parameter>(Typed::names, composite);
+  return Impl::createConnectedComponentsOperator<Typed::Parameter>(Typed::names, composite);
 }
 
 }  // namespace NORV::TaviOperators::DLL

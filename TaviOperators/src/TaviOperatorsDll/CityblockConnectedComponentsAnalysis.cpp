@@ -19,7 +19,7 @@ CityblockConnectedComponentsAnalysis::Operator& CityblockConnectedComponentsAnal
 
 SmartPointer<IOperator> CityblockConnectedComponentsAnalysis::Operator::getOperatorFromParameterObject(
     SmartPointer<IComposite> composite) const {
-  return Impl::createLabellingOperator<Typed::Parameter>(Typed::names, composite);
+  return Impl::createConnectedComponentsOperator<Typed::Parameter>(Typed::names, composite);
 }
 
 }  // namespace NORV::TaviOperators::DLL

@@ -7,13 +7,14 @@ namespace {
 
 namespace Typed = TaviOperators::SmallObjectsRemover;
 
-template <class InputPtr, class LabelPtr>
-using SameOutput = Typed::Operator<InputPtr, LabelPtr, InputPtr>;
+// Labels of each type on voxels of each type, which the output shares.
 using Instances = Impl::Pairs<Impl::UnsignedVoxelTypes, Impl::UnsignedVoxelTypes>;
+template <class InputPtr, class LabelPtr>
+using Instance = Typed::Operator<InputPtr, LabelPtr, InputPtr>;
 
 }  // namespace
 
-SmallObjectsRemover::Operator::Operator() { Impl::constructEach<SameOutput, Instances>(); }
+SmallObjectsRemover::Operator::Operator() { Impl::constructEach<Instance, Instances>(); }
 SmallObjectsRemover::Operator::Operator(const Operator&) = default;
 SmallObjectsRemover::Operator::~Operator() = default;
 SmallObjectsRemover::Operator& SmallObjectsRemover::Operator::operator=(const Operator&) = default;

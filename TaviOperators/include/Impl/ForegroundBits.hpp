@@ -1,0 +1,82 @@
+#pragma once
+
+#include <Impl/View.hpp>
+#include <Tavi/Types.hpp>
+
+#include <algorithm>
+#include <vector>
+
+#ifdef TAVI_USE_HIGHWAY
+#include <hwy/highway.h>
+#endif
+
+namespace NORV::TaviOperators::Impl {
+
+/// Which voxels of a piece of a row differ from the background, one bit each; 64 voxels at most.
+template <class T>
+uint64 foregroundWord(const T* row, int64 stride, SizeType count, T background) {
+  uint64 word = 0;
+  for (SizeType i = 0; i < count; ++i, row += stride) {
+    word |= static_cast<uint64>(*row != background) << i;
+  }
+  return word;
+}
+
+#ifdef TAVI_USE_HIGHWAY
+/// The same for 64 voxels that lie one after the other.
+template <class T>
+uint64 foregroundWord(const T* row, T background) {
+  namespace hn = hwy::HWY_NAMESPACE;
+  const hn::CappedTag<T, 64> tag;
+  const auto value = hn::Set(tag, background);
+  uint64 word = 0;
+  for (SizeType i = 0; i < 64; i += hn::Lanes(tag)) {
+    uint8 bytes[8] = {};
+    hn::StoreMaskBits(tag, hn::Ne(hn::LoadU(tag, row + i), value), bytes);
+    uint64 bits = 0;
+    __builtin_memcpy(&bits, bytes, sizeof bits);
+    word |= bits << i;
+  }
+  return word;
+}
+#endif
+
+/// One bit per voxel of a row: whether it is foreground.
+template <class T>
+void findForeground(const T* row, int64 stride, SizeType count, T background, uint64* words) {
+  SizeType begin = 0;
+#ifdef TAVI_USE_HIGHWAY
+  if (stride == 1) {
+    for (; begin + 64 <= count; begin += 64) {
+      *words++ = foregroundWord(row + begin, background);
+    }
+  }
+#endif
+  for (; begin < count; begin += 64) {
+    *words++ = foregroundWord(row + static_cast<int64>(begin) * stride, stride, std::min<SizeType>(64, count - begin),
+                              background);
+  }
+}
+
+/// The bits of the rows that a scan still needs: as many as a slice has, and two. Each row has a word of zeros before
+/// it and one behind it.
+class BitRows {
+public:
+  BitRows(SizeType dimPrim, SizeType dimSec, SizeType dimTert)
+      : _words((dimPrim + 63) / 64),
+        _rows(dimTert > 1 ? dimSec + 2 : 2),
+        _bits((_words + 1) * (_rows + 1) + 1) {}
+
+  SizeType words() const { return _words; }
+  /// Rows are counted through all slices.
+  uint64* row(SizeType index) { return _bits.data() + 1 + (index % _rows) * (_words + 1); }
+  /// A row outside the volume.
+  const uint64* none() const { return _bits.data() + 1 + _rows * (_words + 1); }
+
+private:
+  const SizeType _words;
+  const SizeType _rows;
+  std::vector<uint64> _bits;
+};
+
+}  // namespace NORV::TaviOperators::Impl
