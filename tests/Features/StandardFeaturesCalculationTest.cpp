@@ -346,7 +346,8 @@ TEST(StandardFeaturesCalculation, LabelsOutsideTheRangeAreIgnored) {
   values.fill({9});
   const auto sizes = [&](uint8 from, uint8 to) {
     std::vector<int> found;
-    for (const auto& record : *run<uint8, uint8>(labels, values, from, to)) {
+    const auto records = run<uint8, uint8>(labels, values, from, to);
+    for (const auto& record : *records) {
       found.push_back(record->label.value());
     }
     return found;
