@@ -1,11 +1,13 @@
 #pragma once
 
 #include <Features.hpp>
+#include <Impl/RunSums.hpp>
 #include <Tavi/Types.hpp>
 
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <type_traits>
 
 namespace NORV::TaviOperators::StandardFeaturesCalculation {
 
@@ -64,24 +66,21 @@ struct InternalFeatures {
     sumOfPlaces[0] += voxels * (voxels - 1) / 2;
   }
 
-  /// The values of these voxels, one after the other: sums of floating-point numbers depend on their order.
+  /// The values of these voxels, with the sums that adding them one after the other gives.
   void addValues(const Places& first, const T* values, uint64 voxels) {
-    const auto sec = static_cast<float64>(first[1]), tert = static_cast<float64>(first[2]);
-    for (uint64 i = 0; i < voxels; ++i) {
-      const T value = values[i];
-      const auto real = static_cast<float64>(value);
-      if (value > T(0)) {
-        weightedSum[0] += static_cast<float64>(first[0] + i) * real;
-        weightedSum[1] += sec * real;
-        weightedSum[2] += tert * real;
-      } else if (value < T(0)) {
-        isCenterValid = false;
-      }
-      minimum = value < minimum ? value : minimum;
-      maximum = value > maximum ? value : maximum;
-      sum += real;
-      sumOfSquares += real * real;
+    constexpr uint64 few = 8;
+    if (voxels < few) {
+      addOneByOne(first, values, voxels);
+      return;
     }
+    if constexpr (std::is_integral_v<T> && sizeof(T) <= 2) {
+      if (addSums(first, Impl::RunSums<T>(values, voxels))) {
+        return;
+      }
+    }
+    InternalFeatures all = *this;  // which no compiler has to store after each voxel
+    all.addOneByOne(first, values, voxels);
+    *this = all;
   }
 
   void merge(const InternalFeatures& other) {
@@ -128,6 +127,47 @@ struct InternalFeatures {
     features.fillFactor = voxels / static_cast<float64>(extents[0] * extents[1] * extents[2]);
     features.aspectRatio = aspectRatioOf(extents);
     features.diameter = diameterOf(extents);
+  }
+
+private:
+  /// Adds all values at once where double precision holds all sums on the way exactly, so that their order does not
+  /// matter. Otherwise changes nothing and returns false.
+  bool addSums(const Places& first, const Impl::RunSums<T>& run) {
+    constexpr float64 exact = 9007199254740992.0;  // 2^53
+    const std::array weighted{weightedSum[0] + static_cast<float64>(first[0] * run.positive + run.placed),
+                              weightedSum[1] + static_cast<float64>(first[1] * run.positive),
+                              weightedSum[2] + static_cast<float64>(first[2] * run.positive)};
+    const float64 squares = sumOfSquares + static_cast<float64>(run.squares);  // never less than the sum of values
+    if (!(weighted[0] < exact && weighted[1] < exact && weighted[2] < exact && squares < exact)) {
+      return false;
+    }
+    weightedSum = weighted;
+    sumOfSquares = squares;
+    sum += static_cast<float64>(run.sum);
+    minimum = std::min(minimum, run.minimum);
+    maximum = std::max(maximum, run.maximum);
+    isCenterValid = isCenterValid && !(run.minimum < T(0));
+    return true;
+  }
+
+  /// Sums of floating-point numbers depend on their order.
+  void addOneByOne(const Places& first, const T* values, uint64 voxels) {
+    const auto sec = static_cast<float64>(first[1]), tert = static_cast<float64>(first[2]);
+    for (uint64 i = 0; i < voxels; ++i) {
+      const T value = values[i];
+      const auto real = static_cast<float64>(value);
+      if (value > T(0)) {
+        weightedSum[0] += static_cast<float64>(first[0] + i) * real;
+        weightedSum[1] += sec * real;
+        weightedSum[2] += tert * real;
+      } else if (value < T(0)) {
+        isCenterValid = false;
+      }
+      minimum = value < minimum ? value : minimum;
+      maximum = value > maximum ? value : maximum;
+      sum += real;
+      sumOfSquares += real * real;
+    }
   }
 };
 

@@ -1,3 +1,4 @@
+#include "Distance/DistanceFailures.hpp"
 #include "Distance/DistanceTests.hpp"
 
 #include <ChessboardDistanceTransform.hpp>
@@ -35,6 +36,7 @@ struct Chessboard {
   }
 };
 using Tests = DistanceTests<Chessboard>;
+using Failures = DistanceFailures<Chessboard>;
 
 TEST(ChessboardDistanceTransformParameter, KeysStandInTheirOrderWithTheirDefaults) { Tests::keysStandInTheirOrder(); }
 TEST(ChessboardDistanceTransformInstances, EveryPairIsRegistered) { Tests::everyPairIsRegistered(18); }
@@ -59,12 +61,12 @@ TEST(ChessboardDistanceTransform, OutputInTheMemoryOfTheInput) { Tests::outputIn
 TEST(ChessboardDistanceTransform, AnEmptyVolumeGivesAnEmptyOne) { Tests::emptyVolume(); }
 TEST(ChessboardDistanceTransform, ThreeStepsOfProgressPerSlice) { Tests::threeStepsPerSlice(); }
 
-TEST(ChessboardDistanceTransformFailure, AWrongParameterObject) { Tests::wrongParameterObject(); }
-TEST(ChessboardDistanceTransformFailure, NoInputOrOneOfAnotherClass) { Tests::noInput(); }
-TEST(ChessboardDistanceTransformFailure, AnOutputOfAnotherClass) { Tests::outputOfAnotherClass(); }
-TEST(ChessboardDistanceTransformFailure, AMissingOrWrongValue) { Tests::missingOrWrongValue(); }
-TEST(ChessboardDistanceTransformFailure, FloatingPointWithoutAnIntegerOutput) { Tests::noInstanceForTheTypes(); }
-TEST(ChessboardDistanceTransformFailure, AnyAllocationThatFailsSurfaces) { Tests::allocationsThatFail(); }
+TEST(ChessboardDistanceTransformFailure, AWrongParameterObject) { Failures::wrongParameterObject(); }
+TEST(ChessboardDistanceTransformFailure, NoInputOrOneOfAnotherClass) { Failures::noInput(); }
+TEST(ChessboardDistanceTransformFailure, AnOutputOfAnotherClass) { Failures::outputOfAnotherClass(); }
+TEST(ChessboardDistanceTransformFailure, AMissingOrWrongValue) { Failures::missingOrWrongValue(); }
+TEST(ChessboardDistanceTransformFailure, FloatingPointWithoutAnIntegerOutput) { Failures::noInstanceForTheTypes(); }
+TEST(ChessboardDistanceTransformFailure, AnyAllocationThatFailsSurfaces) { Failures::allocationsThatFail(); }
 
 TEST(ChessboardDistanceTransformFailure, SignedInputHasNoInstance) {
   expectStandard<std::invalid_argument>(
@@ -89,13 +91,13 @@ TEST(ChessboardDistanceTransformAbort, LeavesTheOrientationsOfTheScan) {
                      {{4, 1, 1}, {0, 2, 4}}, {{2, 1, 1}, {0, 2, 4}}, {{1, 1, 1}, {0, 2, 4}}};
   for (const auto& [extents, codes] : table) {
     SCOPED_TRACE(std::to_string(extents[0]) + " x " + std::to_string(extents[1]) + " x " + std::to_string(extents[2]));
-    const auto left = Tests::abortBeforeTheFirstSlice(extents);
+    const auto left = Failures::abortBeforeTheFirstSlice(extents);
     EXPECT_EQ(left.first, Tavi::Orientation(codes[0], codes[1], codes[2]));
     EXPECT_EQ(left.second, Tavi::Orientation(codes[0], codes[1], codes[2]));
   }
 }
 
-TEST(ChessboardDistanceTransformAbort, ReturnsNormallyAndTheNextRunIsWhole) { Tests::abortFromAnotherThread(); }
+TEST(ChessboardDistanceTransformAbort, ReturnsNormallyAndTheNextRunIsWhole) { Failures::abortFromAnotherThread(); }
 
 }  // namespace
 }  // namespace NORV::Tests

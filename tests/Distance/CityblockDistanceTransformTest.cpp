@@ -1,3 +1,4 @@
+#include "Distance/DistanceFailures.hpp"
 #include "Distance/DistanceTests.hpp"
 
 #include <CityblockDistanceTransform.hpp>
@@ -31,6 +32,7 @@ struct Cityblock {
   }
 };
 using Tests = DistanceTests<Cityblock>;
+using Failures = DistanceFailures<Cityblock>;
 
 TEST(CityblockDistanceTransformParameter, KeysStandInTheirOrderWithTheirDefaults) { Tests::keysStandInTheirOrder(); }
 TEST(CityblockDistanceTransformInstances, EveryPairIsRegistered) { Tests::everyPairIsRegistered(48); }
@@ -55,12 +57,12 @@ TEST(CityblockDistanceTransform, OutputInTheMemoryOfTheInput) { Tests::outputInT
 TEST(CityblockDistanceTransform, AnEmptyVolumeGivesAnEmptyOne) { Tests::emptyVolume(); }
 TEST(CityblockDistanceTransform, ThreeStepsOfProgressPerSlice) { Tests::threeStepsPerSlice(); }
 
-TEST(CityblockDistanceTransformFailure, AWrongParameterObject) { Tests::wrongParameterObject(); }
-TEST(CityblockDistanceTransformFailure, NoInputOrOneOfAnotherClass) { Tests::noInput(); }
-TEST(CityblockDistanceTransformFailure, AnOutputOfAnotherClass) { Tests::outputOfAnotherClass(); }
-TEST(CityblockDistanceTransformFailure, AMissingOrWrongValue) { Tests::missingOrWrongValue(); }
-TEST(CityblockDistanceTransformFailure, FloatingPointWithoutAnIntegerOutput) { Tests::noInstanceForTheTypes(); }
-TEST(CityblockDistanceTransformFailure, AnyAllocationThatFailsSurfaces) { Tests::allocationsThatFail(); }
+TEST(CityblockDistanceTransformFailure, AWrongParameterObject) { Failures::wrongParameterObject(); }
+TEST(CityblockDistanceTransformFailure, NoInputOrOneOfAnotherClass) { Failures::noInput(); }
+TEST(CityblockDistanceTransformFailure, AnOutputOfAnotherClass) { Failures::outputOfAnotherClass(); }
+TEST(CityblockDistanceTransformFailure, AMissingOrWrongValue) { Failures::missingOrWrongValue(); }
+TEST(CityblockDistanceTransformFailure, FloatingPointWithoutAnIntegerOutput) { Failures::noInstanceForTheTypes(); }
+TEST(CityblockDistanceTransformFailure, AnyAllocationThatFailsSurfaces) { Failures::allocationsThatFail(); }
 
 TEST(CityblockDistanceTransform, FloatingPointValuesAreComparedExactly) {
   const float64 nan = std::numeric_limits<float64>::quiet_NaN();
@@ -72,12 +74,12 @@ TEST(CityblockDistanceTransform, FloatingPointValuesAreComparedExactly) {
 }
 
 TEST(CityblockDistanceTransformAbort, LeavesTheOrientationsAsTheyAre) {
-  const auto left = Tests::abortBeforeTheFirstSlice({2, 1, 5});
+  const auto left = Failures::abortBeforeTheFirstSlice({2, 1, 5});
   EXPECT_EQ(left.first, Tavi::Orientation(0, 2, 4));
   EXPECT_EQ(left.second, Tavi::Orientation(0, 2, 4));
 }
 
-TEST(CityblockDistanceTransformAbort, ReturnsNormallyAndTheNextRunIsWhole) { Tests::abortFromAnotherThread(); }
+TEST(CityblockDistanceTransformAbort, ReturnsNormallyAndTheNextRunIsWhole) { Failures::abortFromAnotherThread(); }
 
 }  // namespace
 }  // namespace NORV::Tests
