@@ -1,0 +1,25 @@
+#pragma once
+
+#include <Impl/HistogramUpdate.hpp>
+
+/// Writes to each voxel the median of the voxels under a structuring element.
+///
+/// Impl/HistogramUpdate.hpp tells which voxels are written, the memory needed and the threads.
+namespace NORV::TaviOperators::HistogramUpdateMedian {
+
+inline constexpr Impl::Names names{"HistogramUpdateMedian"};
+
+struct Traits {
+  static constexpr const Impl::Names& names = HistogramUpdateMedian::names;
+  /// Of an even number of voxels the lower one of the two in the middle.
+  static SizeType rank(SizeType count) { return (count - 1) / 2; }
+};
+
+/// One run. The mask is a volume of `uint8`.
+class Parameter final : public Impl::HistogramUpdateParameter<Parameter, Traits> {};
+
+template <class InputPtr, class OutputPtr, class MaskPointer>
+class Operator final : public Impl::HistogramUpdateOperator<Operator<InputPtr, OutputPtr, MaskPointer>, Parameter,
+                                                            Traits, InputPtr, OutputPtr, MaskPointer> {};
+
+}  // namespace NORV::TaviOperators::HistogramUpdateMedian

@@ -1,0 +1,161 @@
+#include "HistogramUpdateTest.hpp"
+
+#include <DLL/HistogramUpdateMedian.hpp>
+#include <HistogramUpdateMedian.hpp>
+
+namespace NORV::Tests {
+namespace {
+
+using namespace HistogramUpdate;
+using TaviOperators::HistogramUpdateMedian::Parameter;
+using Frame = TaviOperators::DLL::HistogramUpdateMedian::Operator;
+using Tavi::VolumePtr;
+
+const std::string op = "HistogramUpdateMedian";
+
+template <class T>
+T pick(const std::vector<T>& values) {
+  return medianOf(values);
+}
+
+TEST(HistogramUpdateMedianParameter, KeysStandInTheirOrder) {
+  expectKeys<Parameter>("NORV::TaviOperators::HistogramUpdateMedian::Parameter");
+}
+
+TEST(HistogramUpdateMedianInstances, OneForEachUnsignedTypeOf8And16Bits) {
+  EXPECT_TRUE(isRegistered(identifier<uint8>(op)));
+  EXPECT_TRUE(isRegistered(identifier<uint16>(op)));
+  EXPECT_EQ(countRegistered("NORV::TaviOperators::HistogramUpdateMedian::Operator< "), 2u);
+}
+
+TEST(HistogramUpdateMedian, EqualsThePlainMedianForAllVoxelTypesElementsAndLayouts) {
+  checkAll<Frame, Parameter, uint8>(pick<uint8>);
+  checkAll<Frame, Parameter, uint16>(pick<uint16>);
+}
+
+TEST(HistogramUpdateMedian, ElementsAndAnchorsOutsideTheVolumeAreNotRefusedAndTouchNothingElse) {
+  checkOversized<Frame, Parameter, uint8>(pick<uint8>);
+  checkOversized<Frame, Parameter, uint16>(pick<uint16>);
+}
+
+TEST(HistogramUpdateMedian, OneVoxelAtTheAnchorCopiesTheInput) {
+  checkCopiesWithOneVoxelAtTheAnchor<Frame, Parameter, uint8>();
+  checkCopiesWithOneVoxelAtTheAnchor<Frame, Parameter, uint16>();
+}
+
+TEST(HistogramUpdateMedian, ACentredElementLeavesTheOutermostShell) {
+  expectWritten<Frame, Parameter>({1, 1, 1}, {1, 1, 1}, {6, 5, 4});
+}
+TEST(HistogramUpdateMedian, AnAnchorAtTheOriginLeavesTheLastTwoPlanes) {
+  expectWritten<Frame, Parameter>({0, 0, 0}, {0, 0, 0}, {6, 5, 4});
+}
+
+TEST(HistogramUpdateMedian, InPlaceReadsTheVoxelsAsTheyWere) { checkInPlace<Frame, Parameter>(pick<uint16>); }
+TEST(HistogramUpdateMedian, CountsTheSlicesOfTheInteriorAsSteps) { checkProgress<Frame, Parameter>(op); }
+TEST(HistogramUpdateMedian, AnAbortEndsTheRunAtTheNextSliceAndReturnsNormally) { checkAbort<Parameter>(op); }
+
+TEST(HistogramUpdateMedian, AnEmptyVolumeGivesAnEmptyOutput) {
+  const auto parameter = request<Parameter>(VolumePtr<uint8>(new Tavi::Volume<uint8>), ball(1).mask(), {1, 1, 1});
+  Frame().apply(parameter);
+  ASSERT_NE(parameter->outputVolume.value(), nullptr);
+  EXPECT_EQ(parameter->outputVolume.value()->getSize(), 0u);
+}
+
+TEST(HistogramUpdateMedian, AnEvenElementOfOnesAndTwosGivesOne) {
+  const TestVolume<uint8> input({6, 1, 1}), output({6, 1, 1});
+  input.fill({1, 2, 1, 2, 2, 1});
+  Frame().apply(request<Parameter>(input, fullBox({2, 1, 1}, {0, 0, 0}).mask(), {0, 0, 0}, output));
+  expectSameVoxels(output.voxels(), std::vector<uint8>{1, 1, 1, 2, 1, 77});
+}
+
+struct HistogramUpdateMedianFailures : testing::Test {
+  TestVolume<uint8> input{{7, 5, 4}};
+  TestVolume<uint8> mask = fullBox({3, 3, 3}, {1, 1, 1}).mask();
+};
+
+TEST_F(HistogramUpdateMedianFailures, AnotherParameterObjectOrNone) {
+  const auto other = makeParameter<TaviOperators::Saturation::Parameter>();
+  const auto typed = createTyped(identifier<uint8>(op));
+  expectRefusal([] { Frame().apply({}); }, "NORV::QOR_DLL::Operator::apply: Parameter object is a NULL pointer!");
+  expectRefusal([&] { Frame().apply(other); },
+                "NORV::TaviOperators::DLL::HistogramUpdateMedian::Operator::getOperatorTypeFromParameterObject: "
+                "invalid parameter object!");
+  expectRefusal([&] { typed->apply(other); }, "NORV::TaviOperators::HistogramUpdateMedian::Operator::apply");
+  expectRefusal([&] { typed->apply({}); }, "NORV::TaviOperators::HistogramUpdateMedian::Operator::apply");
+}
+
+TEST_F(HistogramUpdateMedianFailures, NoInputOrNoMaskInTheFrame) {
+  expectRefused<Frame>(request<Parameter>({}, mask, {1, 1, 1}),
+                       "NORV::TaviOperators::DLL::HistogramUpdateMedian::Operator::getOperatorTypeFromParameterObject: "
+                       "inputVolume or inputMask is NULL!");
+  expectRefused<Frame>(request<Parameter>({}, {}, {1, 1, 1}),
+                       "NORV::TaviOperators::DLL::HistogramUpdateMedian::Operator::getOperatorTypeFromParameterObject: "
+                       "inputVolume or inputMask is NULL!");
+  expectRefused<Frame>(request<Parameter>(input, {}, {1, 1, 1}),
+                       "NORV::TaviOperators::DLL::HistogramUpdateMedian::Operator::getOperatorTypeFromParameterObject: "
+                       "inputVolume or inputMask is NULL!");
+}
+
+TEST_F(HistogramUpdateMedianFailures, NoInputOrNoMaskInTheTypedOperator) {
+  const auto typed = createTyped(identifier<uint8>(op));
+  expectRefusal(
+      [&] {
+        typed->apply(request<Parameter>({}, {}, {1, 1, 1}));
+      },
+      "NORV::TaviOperators::HistogramUpdateMedian::Operator::apply input volume is NULL");
+  expectRefusal(
+      [&] {
+        typed->apply(request<Parameter>(TestVolume<uint16>({7, 5, 4}), mask, {1, 1, 1}));
+      },
+      "NORV::TaviOperators::HistogramUpdateMedian::Operator::apply input volume is NULL");
+  expectRefusal(
+      [&] {
+        typed->apply(request<Parameter>(input, {}, {1, 1, 1}));
+      },
+      "NORV::TaviOperators::HistogramUpdateMedian::Operator::apply the inputMask is NULL");
+}
+
+TEST_F(HistogramUpdateMedianFailures, AMaskOfAnotherTypeIsMissing) {
+  expectRefused<Frame>(request<Parameter>(input, TestVolume<int8>({3, 3, 3}), {1, 1, 1}),
+                       "NORV::TaviOperators::HistogramUpdateMedian::Operator::apply the inputMask is NULL");
+}
+
+TEST_F(HistogramUpdateMedianFailures, AMaskOfZerosOrWithoutAVoxel) {
+  mask.fill({0});
+  for (const SmartPointer<IVolume>& none :
+       {SmartPointer<IVolume>(mask.volume()), SmartPointer<IVolume>(VolumePtr<uint8>(new Tavi::Volume<uint8>))}) {
+    expectRefused<Frame>(request<Parameter>(input, none, {1, 1, 1}),
+                         "NORV::TaviOperators::HistogramUpdateMedian::Operator::apply the inputMask has no voxel set");
+  }
+}
+
+TEST_F(HistogramUpdateMedianFailures, AnOutputOfAnotherVoxelType) {
+  const TestVolume<uint16> output({2, 3, 4});
+  const auto parameter = request<Parameter>(input, mask, {1, 1, 1}, output);
+  expectRefusal([&] { Frame().apply(parameter); },
+                "NORV::TaviOperators::DLL::HistogramUpdateMedian::Operator::getOperatorTypeFromParameterObject: Voxel "
+                "types must be equal!");
+  expectRefusal([&] { createTyped(identifier<uint8>(op))->apply(parameter); },
+                "NORV::TaviOperators::Operator::checkOutputVolume volume is of the wrong type");
+  expectSameVoxels(voxelsOf(output.volume()), std::vector<uint16>(24, 77));
+}
+
+TEST_F(HistogramUpdateMedianFailures, AThreadCountBeyond32Bits) {
+  Frame frame;
+  expectThreadCountChecked(frame, request<Parameter>(input, mask, {1, 1, 1}));
+}
+
+TEST_F(HistogramUpdateMedianFailures, AVoxelTypeWithoutInstance) {
+  expectStandard<std::invalid_argument>(
+      [&] {
+        Frame().apply(request<Parameter>(TestVolume<float32>({7, 5, 4}), mask, {1, 1, 1}));
+      },
+      "NORV::Tavi::Factory::ClassFactory::createInstance No creationMethod for the identifier "
+      "NORV::TaviOperators::HistogramUpdateMedian::Operator< NORV::Tavi::Volume< NORV::float32 , "
+      "NORV::Tavi::Allocator::SingleBlockAllocator >, NORV::Tavi::Volume< NORV::float32 , "
+      "NORV::Tavi::Allocator::SingleBlockAllocator >, NORV::Tavi::Volume< NORV::uint8 , "
+      "NORV::Tavi::Allocator::SingleBlockAllocator > > is registered");
+}
+
+}  // namespace
+}  // namespace NORV::Tests
