@@ -93,6 +93,8 @@ endfunction()
 function(tavi_add_hwcaps_library level)
   set(target TaviOperators-${level})
   tavi_add_operators_library(${target} ARCH ${level})
+  # No level includes the cipher instructions, without which Highway takes a processor for one with vectors of 128 bits.
+  target_compile_definitions(${target} PRIVATE HWY_DISABLE_PCLMUL_AES)
   set(dir glibc-hwcaps/${level})
   set_target_properties(${target} PROPERTIES LIBRARY_OUTPUT_DIRECTORY
                                              $<TARGET_FILE_DIR:TaviOperators>/${dir})

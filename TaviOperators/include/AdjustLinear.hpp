@@ -123,14 +123,13 @@ private:
     using Lanes = Impl::VectorLanes<float32>;
     namespace hn = hwy::HWY_NAMESPACE;
     const Lanes::Tag whole;
-    const Lines::Beside<float32> half;
     const Stretch<float32, float32> stretch = rule.rule;
     const auto set = [](float64 value) { return Lanes::set(static_cast<float32>(value)); };
     const auto first = set(stretch.originalMinimum), last = set(stretch.originalMaximum);
     const auto below = set(stretch.resultMinimum), above = set(stretch.resultMaximum);
     const auto low = Lanes::set(std::numeric_limits<float32>::lowest());
     const auto high = Lanes::set(std::numeric_limits<float32>::max());
-    const auto line = [&](const float32* from) { return hn::DemoteTo(half, stretch.line(Lines(), Lines::load(from))); };
+    const auto line = [&](const float32* from) { return Lines::single(stretch.line(Lines(), Lines::load(from))); };
     const SizeType vectors = count - count % Lanes::count();
     for (; done < vectors; done += Lanes::count()) {
       const auto x = Lanes::load(input + done);

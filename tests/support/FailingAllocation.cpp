@@ -1,5 +1,7 @@
 #include "support/FailingAllocation.hpp"
 
+#include <malloc.h>
+
 #include <atomic>
 #include <cstdint>
 #include <cstdlib>
@@ -20,6 +22,9 @@ bool allocationsCanFail() noexcept { return false; }
 FailingAllocation::FailingAllocation(std::size_t) noexcept {}
 FailingAllocation::~FailingAllocation() = default;
 std::int64_t blocksInUse() noexcept { return 0; }
+std::int64_t bytesInUse() noexcept { return 0; }
+std::int64_t peakOfBytesInUse() noexcept { return 0; }
+void startPeak() noexcept {}
 
 }  // namespace NORV::Tests
 
@@ -32,7 +37,16 @@ constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
 constexpr std::size_t largestRequest = std::size_t{1} << 38;
 
 thread_local std::size_t allowedAllocations = unlimited;
-std::atomic<std::int64_t> inUse{0};
+std::atomic<std::int64_t> inUse{0}, bytes{0}, peakOfBytes{0};
+
+void count(void* block) {
+  inUse.fetch_add(1, std::memory_order_relaxed);
+  const auto size = static_cast<std::int64_t>(malloc_usable_size(block));
+  const std::int64_t now = bytes.fetch_add(size, std::memory_order_relaxed) + size;
+  std::int64_t peak = peakOfBytes.load(std::memory_order_relaxed);
+  while (now > peak && !peakOfBytes.compare_exchange_weak(peak, now, std::memory_order_relaxed)) {
+  }
+}
 
 bool refused(std::size_t size) {
   if (size > largestRequest || allowedAllocations == 0) {
@@ -55,7 +69,7 @@ void* allocate(std::size_t size, std::size_t alignment) noexcept {
     block = nullptr;
   }
   if (block != nullptr) {
-    inUse.fetch_add(1, std::memory_order_relaxed);
+    count(block);
   }
   return block;
 }
@@ -71,6 +85,7 @@ void* allocateOrThrow(std::size_t size, std::size_t alignment) {
 void release(void* block) noexcept {
   if (block != nullptr) {
     inUse.fetch_sub(1, std::memory_order_relaxed);
+    bytes.fetch_sub(static_cast<std::int64_t>(malloc_usable_size(block)), std::memory_order_relaxed);
     std::free(block);
   }
 }
@@ -104,6 +119,9 @@ FailingAllocation::FailingAllocation(std::size_t allowed) noexcept { allowedAllo
 FailingAllocation::~FailingAllocation() { allowedAllocations = unlimited; }
 
 std::int64_t blocksInUse() noexcept { return inUse.load(std::memory_order_relaxed); }
+std::int64_t bytesInUse() noexcept { return bytes.load(std::memory_order_relaxed); }
+std::int64_t peakOfBytesInUse() noexcept { return peakOfBytes.load(std::memory_order_relaxed); }
+void startPeak() noexcept { peakOfBytes.store(bytesInUse(), std::memory_order_relaxed); }
 
 }  // namespace NORV::Tests
 

@@ -32,6 +32,20 @@ public:
 /// Blocks from the global allocator that are in use in the whole program; always 0 where it cannot be replaced.
 std::int64_t blocksInUse() noexcept;
 
+/// Bytes of these blocks, and the most there were since `startPeak`, both as the allocator rounds them up.
+std::int64_t bytesInUse() noexcept;
+std::int64_t peakOfBytesInUse() noexcept;
+void startPeak() noexcept;
+
+/// How many more bytes were in use at once during `act` than before it.
+template <class Act>
+std::int64_t extraBytesOf(const Act& act) {
+  startPeak();
+  const std::int64_t before = bytesInUse();
+  act();
+  return peakOfBytesInUse() - before;
+}
+
 /// Lets each allocation of `act` fail in turn, until one more call succeeds, and calls `check` after each failure.
 /// Returns how many calls failed.
 template <class Act, class Check>

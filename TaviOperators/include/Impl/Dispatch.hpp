@@ -67,4 +67,20 @@ SmartPointer<IOperator> createOperator(const Names& names, const SmartPointer<IV
   return createByIdentifier(composeIdentifier(names, (first->getType() + ... + (", " + others->getType()))));
 }
 
+/// The whole way of a frame that asks for the typed operator of "inputVolume" and "outputVolume". An absent output,
+/// where it is not required, is one of the input's class.
+template <class Parameter>
+SmartPointer<IOperator> createForInputAndOutput(const Names& names, const SmartPointer<IComposite>& composite,
+                                                bool isOutputRequired) {
+  const auto parameter = castParameter<Parameter>(composite, names.inFrame("invalid parameter object!"));
+  const SmartPointer<IVolume> input = parameter->inputVolume.value();
+  const SmartPointer<IVolume> output = parameter->outputVolume.value();
+  if (isOutputRequired) {
+    require(input != nullptr && output != nullptr, names.inFrame("inputVolume or outputVolume is NULL!"));
+  } else {
+    requireGiven(input, names.inFrame("inputVolume is NULL!"));
+  }
+  return createOperator(names, input, orElse(output, input));
+}
+
 }  // namespace NORV::TaviOperators::Impl

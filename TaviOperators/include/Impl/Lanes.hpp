@@ -2,8 +2,9 @@
 
 #include <Tavi/Types.hpp>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
-#include <limits>
 #include <type_traits>
 
 #ifdef TAVI_USE_HIGHWAY
@@ -111,8 +112,22 @@ struct VectorLanes {
     } else if constexpr (std::is_same_v<Out, int32>) {
       hn::StoreU(truncated(values), out, to);
     } else {
-      hn::StoreU(hn::DemoteTo(out, values), out, to);
+      hn::StoreU(single(values), out, to);
     }
+  }
+
+  /// The float32 numbers next to float64 ones. Where lanes are emulated, infinite ones would become finite.
+  static auto single(V values) {
+    const Beside<float32> out;
+#if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
+    HWY_ALIGN std::array<R, hn::MaxLanes(Tag())> wide;
+    HWY_ALIGN std::array<float32, hn::MaxLanes(Tag())> narrow;
+    hn::Store(values, Tag(), wide.data());
+    std::transform(wide.begin(), wide.end(), narrow.begin(), [](R value) { return static_cast<float32>(value); });
+    return hn::Load(out, narrow.data());
+#else
+    return hn::DemoteTo(out, values);
+#endif
   }
 
 private:

@@ -20,11 +20,7 @@ BitPatternBinarization::Operator& BitPatternBinarization::Operator::operator=(co
 
 SmartPointer<IOperator> BitPatternBinarization::Operator::getOperatorFromParameterObject(
     SmartPointer<IComposite> composite) const {
-  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
-  const SmartPointer<IVolume> input = parameter->inputVolume.value();
-  const SmartPointer<IVolume> output = parameter->outputVolume.value();
-  Impl::requireGiven(input, names.inFrame("inputVolume is NULL!"));
-  return Impl::createOperator(names, input, Impl::orElse(output, input));
+  return Impl::createForInputAndOutput<Typed::Parameter>(names, composite, optional);
 }
 
 }  // namespace NORV::TaviOperators::DLL

@@ -21,11 +21,7 @@ RangeBinarization::Operator& RangeBinarization::Operator::operator=(const Operat
 
 SmartPointer<IOperator> RangeBinarization::Operator::getOperatorFromParameterObject(
     SmartPointer<IComposite> composite) const {
-  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
-  const SmartPointer<IVolume> input = parameter->inputVolume.value();
-  const SmartPointer<IVolume> output = parameter->outputVolume.value();
-  Impl::require(input != nullptr && output != nullptr, names.inFrame("inputVolume or outputVolume is NULL!"));
-  return Impl::createOperator(names, input, output);
+  return Impl::createForInputAndOutput<Typed::Parameter>(names, composite, required);
 }
 
 }  // namespace NORV::TaviOperators::DLL

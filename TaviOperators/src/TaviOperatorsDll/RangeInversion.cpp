@@ -20,11 +20,7 @@ RangeInversion::Operator& RangeInversion::Operator::operator=(const Operator&) =
 
 SmartPointer<IOperator> RangeInversion::Operator::getOperatorFromParameterObject(
     SmartPointer<IComposite> composite) const {
-  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
-  const SmartPointer<IVolume> input = parameter->inputVolume.value();
-  const SmartPointer<IVolume> output = parameter->outputVolume.value();
-  Impl::require(input != nullptr && output != nullptr, names.inFrame("inputVolume or outputVolume is NULL!"));
-  return Impl::createOperator(names, input, output);
+  return Impl::createForInputAndOutput<Typed::Parameter>(names, composite, required);
 }
 
 }  // namespace NORV::TaviOperators::DLL
