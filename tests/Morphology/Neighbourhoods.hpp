@@ -102,9 +102,12 @@ std::vector<T> plainlyFiltered(const TestVolume<T>& input, const Extents& size, 
               if (element.voxels[voxel] == 0) {
                 continue;
               }
-              // Modulo 2^64: a position in front of the volume is a large number.
-              const Extents at{x + a - element.anchor[0], y + b - element.anchor[1], z + c - element.anchor[2]};
-              inside = inside && at[0] < size[0] && at[1] < size[1] && at[2] < size[2];
+              const Extents corner{x + a, y + b, z + c};  // of which the anchor is still to be taken away
+              Extents at{};
+              for (unsigned i = 0; i < 3; ++i) {
+                inside = inside && corner[i] >= element.anchor[i] && corner[i] - element.anchor[i] < size[i];
+                at[i] = corner[i] - element.anchor[i];
+              }
               if (inside) {
                 values.push_back(input.at(at));
               }
