@@ -160,7 +160,7 @@ private:
     };
     explicit Scratch(const KernelMedians& run)
         : wires(linesFor(run._scratchSize)),
-          gathered(linesFor(run._largest <= largestGather ? run._largest * lanes : run._largest)),
+          gathered(linesFor(std::max(std::min(run._largest, largestGather) * lanes, run._largest))),
           lastBlock(run._kernels.size()) {}
     static SizeType linesFor(SizeType keys) { return (keys + lanes - 1) / lanes * sizeof(V) / sizeof(Line) + 1; }
     using V = std::array<Key, lanes>;
