@@ -102,6 +102,17 @@ const std::string extractOrigin =
 const std::string uninitialised =
     "You tried to use an Property without appending it to an CompositeOfProperties instance. This will never work. ";
 
+/// Assigns a value before the property is appended.
+class Hasty final : public CompositeOfProperties<Hasty> {
+public:
+  Hasty() {
+    inputValue = 1;
+    append("inputValue", inputValue);
+  }
+  std::string getType() const override { return "Tests::Hasty"; }
+  Property<int32> inputValue;
+};
+
 }  // namespace
 
 TEST(CompositeTest, KeysStayInTheOrderInWhichTheyCameIn) {
@@ -489,4 +500,10 @@ TEST(PropertyOfAnyDataFailures, NodeThatIsNoDataIsRefusedAndTheOldValueStays) {
       "The data type 'NORV::Tavi::Orientation' couldn't be convertet to 'NORV::Tavi::Persistence::IData'!",
       "NORV::Tavi::Persistence::CompositeOfProperties::Property< NORV::Tavi::Persistence::IData >::set");
   EXPECT_EQ(parameter.inputLimit.extractValue<int16>(), 5);
+}
+
+TEST(CompositeOfPropertiesFailures, PropertyUsedInItsConstructorBeforeItIsAppendedIsRefused) {
+  Tests::expectFailure<InvalidState>(
+      [] { static_cast<void>(Hasty()); }, uninitialised,
+      "NORV::Tavi::Persistence::CompositeOfProperties::PropertyBase::checkIfInitialized");
 }

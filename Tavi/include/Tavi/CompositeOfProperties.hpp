@@ -64,7 +64,18 @@ public:
   }
 
 private:
-  static std::string identifyOwner() { return Derived().getType(); }
+  /// Empty while a constructor that uses a property too early is itself what is asked for the name.
+  static std::string identifyOwner() {
+    thread_local bool asked = false;
+    if (asked) {
+      return {};
+    }
+    const struct Asking {
+      Asking() { asked = true; }
+      ~Asking() { asked = false; }
+    } asking;
+    return Derived().getType();
+  }
 
   PropertyBase& find(const std::string& key) const {
     for (std::size_t i = 0; i < _descriptions.size(); ++i) {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Impl/Neighbours.hpp>
 #include <Impl/DistanceChunks.hpp>
+#include <Impl/Neighbours.hpp>
 #include <Tavi/Types.hpp>
 
 #include <algorithm>

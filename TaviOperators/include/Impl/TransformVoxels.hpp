@@ -27,8 +27,9 @@ template <class Rule, class Out, class... In>
   }
 }
 
-/// As `transformRow`, past the cache: blocks are computed into a buffer that stays in the first cache level. Measured:
-/// long blocks let the input wait while the output drains (4 KiB: 85 % of the rate of 1 KiB), shorter ones gain nothing.
+/// As `transformRow`, past the cache: blocks are computed into a buffer that stays in the first cache level. As
+/// measured, long blocks let the input wait while the output drains (4 KiB: 85 % of the rate of 1 KiB), shorter ones
+/// gain nothing.
 template <class Rule, class Out, class... In>
 void transformRowStreaming(const Rule& rule, Out* output, SizeType count, const In*... inputs) {
   constexpr SizeType blockBytes = 1024;
