@@ -102,15 +102,18 @@ const std::string extractOrigin =
 const std::string uninitialised =
     "You tried to use an Property without appending it to an CompositeOfProperties instance. This will never work. ";
 
-/// Assigns a value before the property is appended.
+/// Assigns a value before the property is appended, once it is told to: it is constructed at start to be registered.
 class Hasty final : public CompositeOfProperties<Hasty> {
 public:
   Hasty() {
-    inputValue = 1;
+    if (isHasty) {
+      inputValue = 1;
+    }
     append("inputValue", inputValue);
   }
   std::string getType() const override { return "Tests::Hasty"; }
   Property<int32> inputValue;
+  static inline bool isHasty = false;
 };
 
 }  // namespace
@@ -503,7 +506,9 @@ TEST(PropertyOfAnyDataFailures, NodeThatIsNoDataIsRefusedAndTheOldValueStays) {
 }
 
 TEST(CompositeOfPropertiesFailures, PropertyUsedInItsConstructorBeforeItIsAppendedIsRefused) {
+  Hasty::isHasty = true;
   Tests::expectFailure<InvalidState>(
       [] { static_cast<void>(Hasty()); }, uninitialised,
       "NORV::Tavi::Persistence::CompositeOfProperties::PropertyBase::checkIfInitialized");
+  Hasty::isHasty = false;
 }
