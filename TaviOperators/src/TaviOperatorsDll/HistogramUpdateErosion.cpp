@@ -16,7 +16,10 @@ using Instances = Impl::Same<Impl::TypeList<int8, uint8, int16, uint16>>;
 
 }  // namespace
 
-HistogramUpdateErosion::Operator::Operator() { Impl::constructEach<WithMask, Instances>(); }
+HistogramUpdateErosion::Operator::Operator() {
+  Typed::Parameter();  // it is registered by its constructor, which nothing else here calls
+  Impl::constructEach<WithMask, Instances>();
+}
 HistogramUpdateErosion::Operator::Operator(const Operator&) = default;
 HistogramUpdateErosion::Operator::~Operator() = default;
 HistogramUpdateErosion::Operator& HistogramUpdateErosion::Operator::operator=(const Operator&) = default;

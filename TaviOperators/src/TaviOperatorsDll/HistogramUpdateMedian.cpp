@@ -15,7 +15,10 @@ using Instances = Impl::Same<Impl::TypeList<uint8, uint16>>;
 
 }  // namespace
 
-HistogramUpdateMedian::Operator::Operator() { Impl::constructEach<WithMask, Instances>(); }
+HistogramUpdateMedian::Operator::Operator() {
+  Typed::Parameter();  // it is registered by its constructor, which nothing else here calls
+  Impl::constructEach<WithMask, Instances>();
+}
 HistogramUpdateMedian::Operator::Operator(const Operator&) = default;
 HistogramUpdateMedian::Operator::~Operator() = default;
 HistogramUpdateMedian::Operator& HistogramUpdateMedian::Operator::operator=(const Operator&) = default;
