@@ -101,9 +101,7 @@ public:
                                      Impl::IndexRows(Impl::inputViewOf(std::as_const(*indices))), inputBytes,
                                      Impl::bytesOf(Impl::viewOf(*output)));
     medians.run(*this, threads, "NORV::TaviOperators::AdaptiveLinearFilter::Operator::apply");
-    if (!this->isAborted()) {
-      parameter->outputVolume = output;
-    }
+    parameter->outputVolume = output;  // also after an abort, with the slices that were done
   }
 };
 
