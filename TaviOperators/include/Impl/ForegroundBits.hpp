@@ -12,6 +12,8 @@
 
 namespace NORV::TaviOperators::Impl {
 
+using Tavi::SizeType;
+
 /// Which voxels of a piece of a row differ from the background, one bit each; 64 voxels at most.
 template <class T>
 uint64 foregroundWord(const T* row, int64 stride, SizeType count, T background) {

@@ -4,12 +4,15 @@
 #include <Tavi/Types.hpp>
 
 #include <array>
+#include <cstddef>
 
 /// Where the label of a row's voxel must be compared with that of a neighbour, for 64 voxels at a time and from bits
 /// alone. Neighbours that are known to belong together, because they touch each other or the voxel before, are compared
 /// once (as the decision tree of K. Wu, E. Otoo, K. Suzuki: Optimizing two-pass connected-component labeling
 /// algorithms, Pattern Analysis and Applications 12, 2009, in three dimensions).
 namespace NORV::TaviOperators::Impl {
+
+using Tavi::SizeType;
 
 /// The rows next to one in scan order; `same` is the row in question.
 struct NearRows {
@@ -97,7 +100,7 @@ struct LabelLinks<Neighbours::all> {
 
 private:
   /// `touching` are the neighbours of rows that touch this one, which are linked already.
-  void linkStarts(SizeType first, const BitWindow& row, const BitWindow& touching) {
+  void linkStarts(std::size_t first, const BitWindow& row, const BitWindow& touching) {
     const uint64 apart = starts & ~row.mid;
     at[first] = starts & row.mid & ~touching.any();
     at[first + 1] = apart & row.low & ~(touching.low | touching.mid);
