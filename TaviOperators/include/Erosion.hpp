@@ -2,9 +2,17 @@
 
 #include <Impl/Dispatch.hpp>
 #include <Impl/MinimumRows.hpp>
+#include <Impl/PerThread.hpp>
 #include <Impl/RankFilter.hpp>
+#include <Impl/SharedErosion.hpp>
+#include <Impl/SliceLoop.hpp>
+#include <Impl/StructuringElement.hpp>
 #include <Operator.hpp>
 #include <Tavi/MaskOffsets.hpp>
+
+#include <string>
+#include <type_traits>
+#include <utility>
 
 /// Writes to each voxel the minimum of the voxels under a structuring element, whose anchor lies at that voxel (grey
 /// value erosion: J. Serra, Image Analysis and Mathematical Morphology, 1982).
@@ -13,8 +21,9 @@
 /// goes through the element in the order of the mask; a NaN is replaced by the voxel after it, so only one that comes
 /// last results.
 ///
-/// Extra memory: 9 bytes per voxel of the element; a copy of the input if it shares voxels with the output. Parallel
-/// over slices, each of which is a step.
+/// Extra memory: 9 bytes per voxel of the element; a copy of the input if it shares voxels with the output; for integer
+/// voxels under larger elements as many slices per thread as the element has, twice that for a box. Parallel over
+/// slices, each of which is a step.
 namespace NORV::TaviOperators::Erosion {
 
 inline constexpr Impl::Names names{"Erosion"};
@@ -61,29 +70,55 @@ public:
     if (source != given.input) {
       offsets = Offsets(source, given.mask, given.anchor);  // the strides of a copy are others
     }
-    erode(*source, *output, offsets, given.threads);
+    erode(*source, *output, offsets, given.mask, given.anchor, given.threads);
     parameter->outputVolume = output;
   }
 
 private:
   void erode(const typename InputPtr::Pointee& input, typename OutputPtr::Pointee& output, const Offsets& offsets,
-             int threads) {
+             const Impl::MaskPtr& mask, const Position<SizeType>& anchor, int threads) {
     const Impl::Box interior{offsets.interiorSize(), offsets.interiorOrigin()};
-    const auto from = Impl::cropped(Impl::inputViewOf(input), interior);
+    const auto from = Impl::inputViewOf(input);
     const auto to = Impl::cropped(Impl::viewOf(output), interior);
-    const bool dense = from.hasDenseRows() && to.hasDenseRows();
     this->setTotal(to.dimTert);
+    const bool areDense = from.hasDenseRows() && to.hasDenseRows();
+    if constexpr (std::is_integral_v<T>) {
+      if (areDense && to.size() != 0 && erodeShared(from, to, interior, mask, anchor, threads)) {
+        return;
+      }
+    }
+    const auto places = Impl::cropped(from, interior);
     Impl::forEachSlice(*this, threads, to.dimTert, Impl::Steps::counted, [&](SizeType tert) {
       for (SizeType sec = 0; sec < to.dimSec; ++sec) {
-        const T* const voxels = from.row(sec, tert);
-        if (dense) {
-          Impl::minimumDense(voxels, offsets.offsets(), offsets.count(), to.row(sec, tert), to.dimPrim);
+        const T* const voxels = places.row(sec, tert);
+        if (areDense) {
+          Impl::minimumDense(Impl::RowsAtOffsets<T>{voxels, offsets.offsets()}, offsets.count(), to.row(sec, tert),
+                             to.dimPrim);
         } else {
-          Impl::minimumStrided(voxels, from.stridePrim, offsets.offsets(), offsets.count(), to.row(sec, tert),
+          Impl::minimumStrided(voxels, places.stridePrim, offsets.offsets(), offsets.count(), to.row(sec, tert),
                                to.stridePrim, to.dimPrim);
         }
       }
     });
+  }
+
+  /// Returns false where that is not worth it.
+  bool erodeShared(const Impl::View<const T>& input, const Impl::View<T>& output, const Impl::Box& interior,
+                   const Impl::MaskPtr& mask, const Position<SizeType>& anchor, int threads) {
+    const Impl::StructuringElement element(Impl::viewOf(std::as_const(*mask)), anchor);
+    const Impl::ErosionPlan plan(element);
+    if (!plan.pays(output.dimSec, output.dimTert, static_cast<SizeType>(Impl::teamSize(threads, output.dimTert)))) {
+      return false;
+    }
+    const auto at = [](SizeType origin, int64 low) { return static_cast<SizeType>(static_cast<int64>(origin) + low); };
+    auto first = input;
+    first.data = &input.at(at(interior.origin.prim, element.low[0]), at(interior.origin.sec, element.low[1]),
+                           at(interior.origin.tert, element.low[2]));
+    Impl::PerThread<Impl::SharedErosion<T>> workers(threads, output.dimTert,
+                                                    [&] { return Impl::SharedErosion<T>(plan, first, output); });
+    Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted,
+                       [&workers](SizeType tert) { workers.mine().erode(tert); });
+    return true;
   }
 };
 

@@ -8,7 +8,7 @@
 #include <hwy/highway.h>
 #endif
 
-/// The minimum of the voxels under a structuring element, for many neighbouring positions.
+/// The minimum of several rows of voxels, voxel by voxel.
 namespace NORV::TaviOperators::Impl {
 
 using Tavi::SizeType;
@@ -20,21 +20,30 @@ T lower(T found, T voxel) {
   return found < voxel ? found : voxel;
 }
 
+/// Rows given by their addresses.
 template <class T>
-T minimumAt(const T* position, const int64* offsets, SizeType count) {
-  T minimum = position[offsets[0]];
-  for (SizeType i = 1; i < count; ++i) {
-    minimum = lower(minimum, position[offsets[i]]);
-  }
-  return minimum;
-}
+struct RowList {
+  const T* const* rows;
+  const T* operator()(SizeType i) const { return rows[i]; }
+};
+/// Rows given by their offsets from one voxel.
+template <class T>
+struct RowsAtOffsets {
+  const T* voxel;
+  const int64* offsets;
+  const T* operator()(SizeType i) const { return voxel + offsets[i]; }
+};
 
-/// One row with any strides, voxel by voxel. `count` is not 0.
+/// Rows with any strides, voxel by voxel. `count` is not 0.
 template <class T>
 [[gnu::noinline]] void minimumStrided(const T* input, int64 inputStride, const int64* offsets, SizeType count,
                                       T* output, int64 outputStride, SizeType length) {
-  for (SizeType i = 0; i < length; ++i, input += inputStride, output += outputStride) {
-    *output = minimumAt(input, offsets, count);
+  for (SizeType x = 0; x < length; ++x, input += inputStride, output += outputStride) {
+    T minimum = input[offsets[0]];
+    for (SizeType i = 1; i < count; ++i) {
+      minimum = lower(minimum, input[offsets[i]]);
+    }
+    *output = minimum;
   }
 }
 
@@ -53,12 +62,12 @@ V lowerOf(V found, V voxels) {
 #endif
 }
 
-/// `vectors` neighbouring vectors of positions; independent chains hide the latency.
-template <int vectors, class D, class T = hwy::HWY_NAMESPACE::TFromD<D>>
-HWY_INLINE void minimumOfVectors(D tag, const T* input, const int64* offsets, SizeType count, T* output) {
+/// `vectors` neighbouring vectors of voxels; independent chains hide the latency.
+template <int vectors, class D, class T, class Rows>
+HWY_INLINE void minimumOfVectors(D tag, const Rows& rows, SizeType count, SizeType x, T* output) {
   namespace hn = hwy::HWY_NAMESPACE;
   const SizeType lanes = hn::Lanes(tag);
-  const T* from = input + offsets[0];
+  const T* from = rows(0) + x;
   auto a = hn::LoadU(tag, from), b = a, c = a, d = a;
   if constexpr (vectors == 4) {
     b = hn::LoadU(tag, from + lanes);
@@ -66,7 +75,7 @@ HWY_INLINE void minimumOfVectors(D tag, const T* input, const int64* offsets, Si
     d = hn::LoadU(tag, from + 3 * lanes);
   }
   for (SizeType i = 1; i < count; ++i) {
-    from = input + offsets[i];
+    from = rows(i) + x;
     a = lowerOf(a, hn::LoadU(tag, from));
     if constexpr (vectors == 4) {
       b = lowerOf(b, hn::LoadU(tag, from + lanes));
@@ -74,38 +83,56 @@ HWY_INLINE void minimumOfVectors(D tag, const T* input, const int64* offsets, Si
       d = lowerOf(d, hn::LoadU(tag, from + 3 * lanes));
     }
   }
-  hn::StoreU(a, tag, output);
+  hn::StoreU(a, tag, output + x);
   if constexpr (vectors == 4) {
-    hn::StoreU(b, tag, output + lanes);
-    hn::StoreU(c, tag, output + 2 * lanes);
-    hn::StoreU(d, tag, output + 3 * lanes);
+    hn::StoreU(b, tag, output + x + lanes);
+    hn::StoreU(c, tag, output + x + 2 * lanes);
+    hn::StoreU(d, tag, output + x + 3 * lanes);
+  }
+}
+
+/// A row of one vector at least, the last one of which may overlap the one before it: some voxels once more rather than
+/// one by one.
+template <class D, class T, class Rows>
+void minimumInVectors(D tag, const Rows& rows, SizeType count, T* output, SizeType length) {
+  const SizeType lanes = hwy::HWY_NAMESPACE::Lanes(tag);
+  SizeType done = 0;
+  for (; length - done >= 4 * lanes; done += 4 * lanes) {
+    minimumOfVectors<4>(tag, rows, count, done, output);
+  }
+  for (; length - done >= lanes; done += lanes) {
+    minimumOfVectors<1>(tag, rows, count, done, output);
+  }
+  if (done != length) {
+    minimumOfVectors<1>(tag, rows, count, length - lanes, output);
   }
 }
 #endif
 
-/// One dense row, which shares no voxel with the rows read. `count` is not 0.
-template <class T>
-[[gnu::noinline]] void minimumDense(const T* input, const int64* offsets, SizeType count, T* output, SizeType length) {
-  SizeType done = 0;
+/// Dense rows, folded in their order. `count` is not 0. `output` may be one of the rows if no voxel is a NaN, but it
+/// overlaps none in part.
+template <class T, class Rows>
+[[gnu::noinline]] void minimumDense(const Rows rows, SizeType count, T* output, SizeType length) {
 #ifdef TAVI_USE_HIGHWAY
   namespace hn = hwy::HWY_NAMESPACE;
-  const hn::ScalableTag<T> tag;
-  const SizeType lanes = hn::Lanes(tag);
-  if (length >= lanes) {
-    for (; length - done >= 4 * lanes; done += 4 * lanes) {
-      minimumOfVectors<4>(tag, input + done, offsets, count, output + done);
-    }
-    for (; length - done >= lanes; done += lanes) {
-      minimumOfVectors<1>(tag, input + done, offsets, count, output + done);
-    }
-    if (done != length) {  // once more for some voxels rather than one by one
-      done = length - lanes;
-      minimumOfVectors<1>(tag, input + done, offsets, count, output + done);
-    }
+  const hn::ScalableTag<T> wide;
+  const hn::CappedTag<T, 16 / sizeof(T)> narrow;
+  if (length >= hn::Lanes(wide)) {
+    minimumInVectors(wide, rows, count, output, length);
+    return;
+  }
+  if (length >= hn::Lanes(narrow)) {
+    minimumInVectors(narrow, rows, count, output, length);
     return;
   }
 #endif
-  minimumStrided(input, 1, offsets, count, output, 1, length);
+  for (SizeType x = 0; x < length; ++x) {
+    T minimum = rows(0)[x];
+    for (SizeType i = 1; i < count; ++i) {
+      minimum = lower(minimum, rows(i)[x]);
+    }
+    output[x] = minimum;
+  }
 }
 
 }  // namespace NORV::TaviOperators::Impl
