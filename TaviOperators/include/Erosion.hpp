@@ -10,6 +10,7 @@
 #include <Operator.hpp>
 #include <Tavi/MaskOffsets.hpp>
 
+#include <atomic>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -21,8 +22,8 @@
 /// goes through the element in the order of the mask; a NaN is replaced by the voxel after it, so only one that comes
 /// last results.
 ///
-/// Extra memory: 9 bytes per voxel of the element; a copy of the input if it shares voxels with the output; for integer
-/// voxels under larger elements as many slices per thread as the element has, twice that for a box. Parallel over
+/// Extra memory: 9 bytes per voxel of the element; a copy of the input if it shares voxels with the output; under
+/// larger elements as many slices per thread as the element has, twice that for a box. Parallel over
 /// slices, each of which is a step.
 namespace NORV::TaviOperators::Erosion {
 
@@ -82,10 +83,8 @@ private:
     const auto to = Impl::cropped(Impl::viewOf(output), interior);
     this->setTotal(to.dimTert);
     const bool areDense = from.hasDenseRows() && to.hasDenseRows();
-    if constexpr (std::is_integral_v<T>) {
-      if (areDense && to.size() != 0 && erodeShared(from, to, interior, mask, anchor, threads)) {
-        return;
-      }
+    if (areDense && to.size() != 0 && erodeShared(from, to, interior, mask, anchor, threads)) {
+      return;
     }
     const auto places = Impl::cropped(from, interior);
     Impl::forEachSlice(*this, threads, to.dimTert, Impl::Steps::counted, [&](SizeType tert) {
@@ -102,12 +101,15 @@ private:
     });
   }
 
-  /// Returns false where that is not worth it.
+  /// Returns false where that is not worth it or would give other voxels.
   bool erodeShared(const Impl::View<const T>& input, const Impl::View<T>& output, const Impl::Box& interior,
                    const Impl::MaskPtr& mask, const Position<SizeType>& anchor, int threads) {
     const Impl::StructuringElement element(Impl::viewOf(std::as_const(*mask)), anchor);
     const Impl::ErosionPlan plan(element);
     if (!plan.pays(output.dimSec, output.dimTert, static_cast<SizeType>(Impl::teamSize(threads, output.dimTert)))) {
+      return false;
+    }
+    if (std::is_floating_point_v<T> && dependsOnOrder(input, threads)) {
       return false;
     }
     const auto at = [](SizeType origin, int64 low) { return static_cast<SizeType>(static_cast<int64>(origin) + low); };
@@ -119,6 +121,18 @@ private:
     Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted,
                        [&workers](SizeType tert) { workers.mine().erode(tert); });
     return true;
+  }
+
+  bool dependsOnOrder(const Impl::View<const T>& input, int threads) {
+    std::atomic<bool> depends = false;
+    Impl::forEachSlice(*this, threads, input.dimTert, Impl::Steps::silent, [&](SizeType tert) {
+      for (SizeType sec = 0; sec < input.dimSec && !depends.load(std::memory_order_relaxed); ++sec) {
+        if (Impl::dependsOnOrder(input.row(sec, tert), input.dimPrim)) {
+          depends.store(true, std::memory_order_relaxed);
+        }
+      }
+    });
+    return depends;
   }
 };
 

@@ -56,6 +56,26 @@ TEST(Erosion, EqualsThePlainMinimumOnVoxelsWithoutNaN) {
   whole.operator()<float64>();
 }
 
+/// Slices too large for the cache go through in strips, boxes in windows of windows, and slices in threads that each
+/// begin anew.
+TEST(Erosion, LargeSlicesAndElementsEqualThePlainMinimum) {
+  const RuntimeSettings settings;
+  const std::vector<int32> values = mixedValues<int32>(20011, 8);
+  const std::vector<uint8> bytes = mixedValues<uint8>(20011, 8);
+  for (const Element& element : {fullBox({5, 3, 3}, {2, 1, 1}), ball(2), fullBox({17, 1, 2}, {0, 0, 1}),
+                                 fullBox({1, 19, 1}, {0, 9, 0}), scattered({5, 4, 3}, {1, 1, 1}, 3, 2)}) {
+    for (const Layout& layout : {denseLayout, regionLayout, Layout{{0, 2, 4}, {90, 1, 0}, {40, 0, 1}}}) {
+      check<Frame, Parameter>({41, 700, 6}, element, values, layout, {}, {}, 1, minimumOf<int32>);
+    }
+    check<Frame, Parameter>({41, 700, 7}, element, values, {}, regionLayout, {}, 3, minimumOf<int32>);
+  }
+  for (const Element& element : {fullBox({1, 1, 11}, {0, 0, 4}), fullBox({9, 10, 33}, {8, 0, 16}), ball(4)}) {
+    for (const SizeType threads : {1u, 2u, 7u}) {
+      check<Frame, Parameter>({30, 14, 40}, element, bytes, {}, {}, {}, threads, minimumOf<uint8>);
+    }
+  }
+}
+
 TEST(Erosion, TakesANaNUntilTheNextVoxelReplacesIt) {
   const float32 nan = std::numeric_limits<float32>::quiet_NaN();
   const auto erode = [](const std::vector<float32>& values) {

@@ -20,12 +20,6 @@ T lower(T found, T voxel) {
   return found < voxel ? found : voxel;
 }
 
-/// Rows given by their addresses.
-template <class T>
-struct RowList {
-  const T* const* rows;
-  const T* operator()(SizeType i) const { return rows[i]; }
-};
 /// Rows given by their offsets from one voxel.
 template <class T>
 struct RowsAtOffsets {

@@ -8,14 +8,16 @@
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <limits>
 #include <map>
+#include <type_traits>
 #include <vector>
 
-/// Erosion of whole numbers from parts that neighbouring positions share: chords of the element (minimums of some
+/// Erosion from parts that neighbouring positions share: chords of the element (minimums of some
 /// voxels of one row, each from a shorter chord), its sections (of chords in one slice), and for a box windows over
 /// rows and slices that double their length (M. van Herk, Pattern Recognition Letters 13, 1992, for the idea; E. R.
 /// Urbach, M. H. F. Wilkinson, IEEE Trans. Image Processing 17, 2008, for chords). The order in which voxels are
-/// compared is another one than that of the mask, so floating-point voxels cannot take this way.
+/// compared is another one than that of the mask, so floating-point voxels take this way only where it does not matter.
 namespace NORV::TaviOperators::Impl {
 
 /// A window made of shorter ones of one length, which begin at `starts`.
@@ -156,30 +158,52 @@ private:
   std::vector<std::vector<SizeType>> _slicesOf;
 };
 
-/// Rows or slices of rows, of which the latest ones are kept, rounded up to a power of two. Rows begin at cache lines.
+/// Whether the minimum of these voxels depends on their order: if there is a NaN, or a negative zero, which is not
+/// below the positive one.
 template <class T>
-class RowRing {
-public:
-  RowRing(SizeType kept, SizeType length, SizeType rowsOfSlice = 1)
-      : _mask(std::bit_ceil(kept) - 1),
-        _rows(rowsOfSlice),
-        // One line more, as rows a power of two apart would share their place in the cache.
-        _stride((length + perLine - 1) / perLine * perLine + perLine),
-        _lines((_mask + 1) * rowsOfSlice * _stride / perLine) {}
+[[gnu::noinline]] bool dependsOnOrder(const T* row, SizeType count) {
+  if constexpr (std::is_floating_point_v<T>) {
+    using Bits = std::conditional_t<sizeof(T) == 4, uint32, uint64>;
+    constexpr Bits negativeZero = std::bit_cast<Bits>(T(-0.0)),
+                   infinity = std::bit_cast<Bits>(std::numeric_limits<T>::infinity());
+    Bits found = 0;
+    for (SizeType i = 0; i < count; ++i) {
+      const auto bits = std::bit_cast<Bits>(row[i]);
+      found |= static_cast<Bits>(bits == negativeZero) | static_cast<Bits>((bits & ~negativeZero) > infinity);
+    }
+    return found != 0;
+  } else {
+    return false;
+  }
+}
 
-  T* row(SizeType index, SizeType sec = 0) { return _lines.data()->voxels + ((index & _mask) * _rows + sec) * _stride; }
+/// Slices of rows with one stride, of which the latest ones are kept, rounded up to a power of two.
+template <class T>
+class SliceRing {
+public:
+  SliceRing(SizeType kept, SizeType voxels)
+      : _mask(std::bit_ceil(kept) - 1),
+        // One line more, as slices a power of two apart would share their place in the cache.
+        _linesOfSlice((voxels + perLine - 1) / perLine + 1),
+        _lines((_mask + 1) * _linesOfSlice) {}
+
+  T* slice(SizeType index) { return (_lines.data() + (index & _mask) * _linesOfSlice)->voxels; }
 
 private:
   static constexpr SizeType perLine = 64 / sizeof(T);
   struct alignas(64) Line {
     T voxels[perLine];
   };
-  SizeType _mask, _rows, _stride;
+  SizeType _mask, _linesOfSlice;
   std::vector<Line> _lines;
 };
 
-/// What one thread keeps while it erodes slice after slice: the chords of some rows, and slices. One that does not
-/// follow the slice before it begins anew. Rows of both views are dense.
+/// What one thread keeps while it erodes slice after slice. One that does not follow the slice before it begins anew.
+/// Rows of both views are dense.
+///
+/// A slice goes through strip by strip, so that all parts of a strip stay in the cache. Where rows of the input follow
+/// each other with little between them, a strip is combined as if it were one long row: rows alone are so short that it
+/// is their ends that take the time. What is computed between rows is never used.
 template <class T>
 class SharedErosion {
 public:
@@ -188,21 +212,29 @@ public:
       : _plan(plan),
         _input(input),
         _output(output),
-        _rowSteps(plan.isBox() ? windowSteps(1, plan.extent(1)) : std::vector<WindowStep>()),
-        _sliceSteps(plan.isBox() ? windowSteps(1, plan.extent(2)) : std::vector<WindowStep>()),
-        _section(1, output.dimPrim) {
-    const SizeType inputLength = output.dimPrim + plan.extent(0) - 1, sliceRows = output.dimSec;
-    for (std::size_t i = 1; i < plan.chords().size(); ++i) {
-      _chords.emplace_back(plan.isBox() ? keptFor(_rowSteps, 0) : plan.extent(1), inputLength);
+        _inputLength(output.dimPrim + plan.extent(0) - 1),
+        _isLong(input.strideSec >= static_cast<int64>(_inputLength) &&
+                input.strideSec <= static_cast<int64>(_inputLength + _inputLength / 2)),
+        _stride(_isLong ? static_cast<SizeType>(input.strideSec) : _inputLength) {
+    if (plan.isBox()) {
+      _rowSteps = windowSteps(1, plan.extent(1));
+      _sliceSteps = windowSteps(1, plan.extent(2));
     }
-    for (std::size_t i = 1; i < _rowSteps.size(); ++i) {
-      _windows.emplace_back(keptFor(_rowSteps, i), output.dimPrim);
+    const SizeType parts = plan.chords().size() + _rowSteps.size();
+    const SizeType rowsInCache = cacheBytes / (parts * _stride * sizeof(T)) + 1;
+    _stripRows = std::min(output.dimSec, std::max(rowsInCache, 4 * plan.extent(1)));
+    for (SizeType i = 1; i < plan.chords().size(); ++i) {
+      _chords.emplace_back(1, (_stripRows + plan.extent(1) - 1) * _stride);
     }
-    for (std::size_t i = 0; i < _sliceSteps.size(); ++i) {
-      _planes.emplace_back(keptFor(_sliceSteps, i), output.dimPrim, sliceRows);
+    for (SizeType i = 0; i < _rowSteps.size(); ++i) {
+      _windows.emplace_back(1, (_stripRows + plan.extent(1) - 1) * _stride);
     }
-    if (!plan.isBox() && plan.extent(2) > 1) {
-      _planes.emplace_back(plan.extent(2), output.dimPrim, sliceRows);
+    if (!plan.isBox()) {
+      _section.emplace_back(1, _stripRows * _stride);
+      _planes.emplace_back(plan.extent(2), output.dimSec * _stride);
+    }
+    for (const WindowStep& step : _sliceSteps) {
+      _planes.emplace_back(step.reach() + 1, output.dimSec * _stride);
     }
   }
 
@@ -221,125 +253,165 @@ public:
 
 private:
   static constexpr SizeType none = ~SizeType{0};
+  static constexpr SizeType cacheBytes = SizeType{1} << 17;
 
-  /// How many windows of the length before step i must be kept for it.
-  static SizeType keptFor(const std::vector<WindowStep>& steps, std::size_t i) {
-    return i < steps.size() ? steps[i].reach() + 1 : 1;
-  }
+  /// Some rows of a slice; `first` is the first output row.
+  struct Strip {
+    SizeType slice, first, rows;
+  };
 
   /// Takes in a slice of the input, with output slice `tert` as the next one to be written.
   void read(SizeType slice, SizeType tert) {
-    const SizeType rows = _output.dimSec + _plan.extent(1) - 1;
-    for (SizeType row = 0; row < rows; ++row) {
-      addChords(slice, row);
+    for (SizeType first = 0; first < _output.dimSec; first += _stripRows) {
+      const Strip strip{slice, first, std::min(_stripRows, _output.dimSec - first)};
+      addChords(strip);
       if (_plan.isBox()) {
-        addBoxRow(slice, row, tert);
-      } else if (row + 1 >= _plan.extent(1)) {
-        addSections(slice, row + 1 - _plan.extent(1), tert);
+        addBox(strip, tert);
+      } else {
+        addSections(strip, tert);
       }
     }
   }
 
-  void addChords(SizeType slice, SizeType row) {
-    const SizeType inputLength = _output.dimPrim + _plan.extent(0) - 1;
+  void addChords(const Strip& strip) {
     for (std::size_t i = 1; i < _plan.chords().size(); ++i) {
       const WindowStep& chord = _plan.chords()[i];
-      const T* const from = chordRow(i - 1, slice, row);
       _rows.clear();
       for (const SizeType start : chord.starts) {
-        _rows.push_back(from + start);
+        _rows.push_back({chordRows(i - 1, strip) + start, chordStride(i - 1)});
       }
-      combineRows(_chords[i - 1].row(row), inputLength - (chord.length - 1));
+      combine(_chords[i - 1].slice(0), _inputLength - (chord.length - 1), strip.rows + _plan.extent(1) - 1);
     }
   }
-  const T* chordRow(std::size_t chord, SizeType slice, SizeType row) {
-    return chord == 0 ? _input.row(row, slice) : _chords[chord - 1].row(row);
+  const T* chordRows(std::size_t chord, const Strip& strip) {
+    return chord == 0 ? _input.row(strip.first, strip.slice) : _chords[chord - 1].slice(0);
   }
+  int64 chordStride(std::size_t chord) const { return chord == 0 ? _input.strideSec : static_cast<int64>(_stride); }
 
-  /// Windows of rows that end at this one, then of slices.
-  void addBoxRow(SizeType slice, SizeType row, SizeType tert) {
+  /// Windows of more and more rows, then of slices. Where one has no further step it goes to the output.
+  void addBox(const Strip& strip, SizeType tert) {
     const std::size_t widest = _plan.chords().size() - 1;
-    SizeType reach = 0;
+    const T* windows = chordRows(widest, strip);
+    int64 stride = chordStride(widest);
+    SizeType rows = strip.rows + _plan.extent(1) - 1;
     for (std::size_t i = 0; i < _rowSteps.size(); ++i) {
-      reach += _rowSteps[i].reach();
-      if (row < reach) {
-        return;
-      }
       _rows.clear();
       for (const SizeType start : _rowSteps[i].starts) {
-        _rows.push_back(i == 0 ? chordRow(widest, slice, row - start) : _windows[i - 1].row(row - start));
+        _rows.push_back({windows + static_cast<int64>(start) * stride, stride});
       }
-      combineRows(i + 1 == _rowSteps.size() ? rowOfPlane(slice, row - reach, tert) : _windows[i].row(row),
-                  _output.dimPrim);
+      rows -= _rowSteps[i].reach();
+      const bool goesToPlane = i + 1 == _rowSteps.size() && !_planes.empty();
+      T* const to = goesToPlane ? planeRows(0, strip.slice, strip) : _windows[i].slice(0);
+      combine(to, _output.dimPrim, rows);
+      windows = to;
+      stride = static_cast<int64>(_stride);
+    }
+    if (_planes.empty()) {
+      _rows = {{windows, stride}};
+      writeOutput(strip, tert);
+      return;
     }
     if (_rowSteps.empty()) {
-      std::copy_n(chordRow(widest, slice, row), _output.dimPrim, rowOfPlane(slice, row, tert));
+      _rows = {{windows, stride}};
+      combine(planeRows(0, strip.slice, strip), _output.dimPrim, strip.rows);
     }
-    addToSlices(slice, row - reach, tert);
-  }
-  /// Where the windows over rows go: into the first plane, or for an element of one slice into the output.
-  T* rowOfPlane(SizeType slice, SizeType sec, SizeType tert) {
-    return _planes.empty() ? _output.row(sec, tert) : _planes[0].row(slice, sec);
+    addToSlices(strip, tert);
   }
 
-  void addToSlices(SizeType slice, SizeType sec, SizeType tert) {
+  void addToSlices(const Strip& strip, SizeType tert) {
     SizeType reach = 0;
     for (std::size_t i = 0; i < _sliceSteps.size(); ++i) {
       reach += _sliceSteps[i].reach();
-      if (slice - _first < reach) {
+      if (strip.slice - _first < reach) {
         return;
       }
       _rows.clear();
       for (const SizeType start : _sliceSteps[i].starts) {
-        _rows.push_back(_planes[i].row(slice - start, sec));
+        _rows.push_back({planeRows(i, strip.slice - start, strip), static_cast<int64>(_stride)});
       }
-      combineRows(i + 1 == _sliceSteps.size() ? _output.row(sec, tert) : _planes[i + 1].row(slice, sec),
-                  _output.dimPrim);
+      if (i + 1 == _sliceSteps.size()) {
+        writeOutput(strip, tert);
+      } else {
+        combine(planeRows(i + 1, strip.slice, strip), _output.dimPrim, strip.rows);
+      }
     }
+  }
+  T* planeRows(std::size_t plane, SizeType slice, const Strip& strip) {
+    return _planes[plane].slice(slice) + strip.first * _stride;
   }
 
   /// Each section of the element in this slice, at once for all output slices that it belongs to.
-  void addSections(SizeType slice, SizeType sec, SizeType tert) {
-    const SizeType depth = _plan.extent(2);
+  void addSections(const Strip& strip, SizeType tert) {
     for (std::size_t i = 0; i < _plan.sections().size(); ++i) {
       _rows.clear();
       for (const ErosionPlan::Run& run : _plan.sections()[i]) {
-        _rows.push_back(chordRow(run.chord, slice, sec + run.row) + run.shift);
+        const int64 stride = chordStride(run.chord);
+        _rows.push_back({chordRows(run.chord, strip) + static_cast<int64>(run.row) * stride + run.shift, stride});
       }
-      T* const section = depth == 1 ? _output.row(sec, tert) : _section.row(0);
-      combineRows(section, _output.dimPrim);
-      if (depth > 1) {
-        for (const SizeType part : _plan.slicesOf()[i]) {
-          if (slice >= tert + part) {  // otherwise it belongs to output slices that are written already
-            contribute(section, part, slice - part, sec);
-          }
+      combine(_section[0].slice(0), _output.dimPrim, strip.rows);
+      for (const SizeType part : _plan.slicesOf()[i]) {
+        if (strip.slice >= tert + part) {  // otherwise it belongs to output slices that are written already
+          contribute(part, strip, tert);
         }
       }
     }
   }
 
-  /// One slice of the element to the minimums of an output slice, which begin with its first slice.
-  void contribute(const T* section, SizeType part, SizeType tert, SizeType sec) {
-    T* const sum = _planes[0].row(tert, sec);
-    if (part == 0) {
-      std::copy_n(section, _output.dimPrim, sum);
+  /// A section as slice `part` of the element to the minimums of an output slice, which begin with its first slice.
+  void contribute(SizeType part, const Strip& strip, SizeType tert) {
+    T* const sum = planeRows(0, strip.slice - part, strip);
+    _rows = {{_section[0].slice(0), static_cast<int64>(_stride)}};
+    if (part != 0) {
+      _rows.push_back({sum, static_cast<int64>(_stride)});
+    }
+    if (part + 1 == _plan.extent(2)) {
+      writeOutput(strip, tert);
     } else {
-      _rows = {sum, section};
-      combineRows(part + 1 == _plan.extent(2) ? _output.row(sec, tert) : sum, _output.dimPrim);
+      combine(sum, _output.dimPrim, strip.rows);
     }
   }
 
-  /// The minimums of `_rows`.
-  void combineRows(T* to, SizeType length) { minimumDense(RowList<T>{_rows.data()}, _rows.size(), to, length); }
+  /// The minimums of `_rows`, into rows with the stride of all buffers.
+  void combine(T* to, SizeType length, SizeType rows) {
+    if (_isLong && rows > 0) {
+      combineRow(0, to, (rows - 1) * _stride + length);
+      return;
+    }
+    for (SizeType row = 0; row < rows; ++row) {
+      combineRow(row, to + row * _stride, length);
+    }
+  }
+  void writeOutput(const Strip& strip, SizeType tert) {
+    for (SizeType row = 0; row < strip.rows; ++row) {
+      combineRow(row, _output.row(strip.first + row, tert), _output.dimPrim);
+    }
+  }
+  void combineRow(SizeType row, T* to, SizeType length) {
+    minimumDense(RowsOfStrip{&_rows, row}, _rows.size(), to, length);
+  }
+
+  struct Rows {
+    const T* first;
+    int64 stride;
+  };
+  struct RowsOfStrip {
+    const std::vector<Rows>* rows;
+    SizeType row;
+    const T* operator()(SizeType i) const {
+      const Rows& it = (*rows)[i];
+      return it.first + static_cast<int64>(row) * it.stride;
+    }
+  };
 
   const ErosionPlan& _plan;
   View<const T> _input;
   View<T> _output;
+  SizeType _inputLength;
+  bool _isLong;
+  SizeType _stride, _stripRows = 0;
   std::vector<WindowStep> _rowSteps, _sliceSteps;
-  std::vector<RowRing<T>> _chords, _windows;
-  std::vector<RowRing<T>> _planes;
-  RowRing<T> _section;
-  std::vector<const T*> _rows;
+  std::vector<SliceRing<T>> _chords, _windows, _section, _planes;
+  std::vector<Rows> _rows;
   SizeType _next = none;  // the output slice that needs only one more slice
   SizeType _first = 0;    // slice read since it began anew
 };
