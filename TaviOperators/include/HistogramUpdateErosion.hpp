@@ -1,6 +1,10 @@
 #pragma once
 
 #include <Impl/HistogramUpdate.hpp>
+#include <Impl/MinimumRows.hpp>
+
+#include <utility>
+#include <vector>
 
 /// Writes to each voxel the minimum of the voxels under a structuring element.
 ///
@@ -12,6 +16,20 @@ inline constexpr Impl::Names names{"HistogramUpdateErosion"};
 struct Traits {
   static constexpr const Impl::Names& names = HistogramUpdateErosion::names;
   static SizeType rank(SizeType) { return 0; }
+  static double stepsPerVoxel(SizeType) { return 1.0; }
+
+  template <class T>
+  class Rows {
+  public:
+    static constexpr SizeType lanes = 64 / sizeof(T);
+    explicit Rows(std::vector<int64> offsets) : _offsets(std::move(offsets)) {}
+    void operator()(const T* from, T* to, SizeType length) const {
+      Impl::minimumDense(Impl::RowsAtOffsets<T>{from, _offsets.data()}, _offsets.size(), to, length);
+    }
+
+  private:
+    std::vector<int64> _offsets;
+  };
 };
 
 /// One run. The mask is a volume of `uint8`.

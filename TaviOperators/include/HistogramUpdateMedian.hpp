@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Impl/HistogramUpdate.hpp>
+#include <Impl/MedianRows.hpp>
 
 /// Writes to each voxel the median of the voxels under a structuring element.
 ///
@@ -12,7 +13,12 @@ inline constexpr Impl::Names names{"HistogramUpdateMedian"};
 struct Traits {
   static constexpr const Impl::Names& names = HistogramUpdateMedian::names;
   /// Of an even number of voxels the lower one of the two in the middle.
-  static SizeType rank(SizeType count) { return (count - 1) / 2; }
+  static SizeType rank(SizeType count) { return Impl::lowerMedianOf(count); }
+  /// Each bit of the median costs a comparison and a sum.
+  static double stepsPerVoxel(SizeType bits) { return 1.5 * static_cast<double>(bits); }
+
+  template <class T>
+  using Rows = Impl::MedianRows<T>;
 };
 
 /// One run. The mask is a volume of `uint8`.

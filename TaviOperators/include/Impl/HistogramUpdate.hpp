@@ -8,16 +8,17 @@
 #include <SlidingMaskOffsets.hpp>
 
 /// Filters that write to each voxel one rank of the voxels under a structuring element, whose anchor lies at that
-/// voxel. The counts of grey values slide along the rows: only what enters and leaves the element with a step is
-/// counted (T. S. Huang, G. J. Yang, G. Y. Tang, A fast two-dimensional median filtering algorithm, IEEE Trans. ASSP
-/// 27, 1979).
+/// voxel. Under large elements the counts of grey values slide along the rows: only what enters and leaves the element
+/// with a step is counted (T. S. Huang, G. J. Yang, G. Y. Tang, A fast two-dimensional median filtering algorithm, IEEE
+/// Trans. ASSP 27, 1979). Under small ones all voxels are ranked, for as many positions at once as a vector has lanes.
+/// Both give the same voxels.
 ///
 /// Only voxels where the anchor and the whole element lie inside the volume are written; all others keep what they had.
 /// An element that does not fit into the volume writes nothing.
 ///
-/// Extra memory: 8 bytes per voxel of the element and 16 bytes per run of it; counts of 2 KiB (8 bits) or 514 KiB (16
-/// bits) per thread; a copy of the input if it shares voxels with the output. Parallel over slices, each of which is a
-/// step.
+/// Extra memory: 16 bytes per voxel of the element and 16 bytes per run of it; counts of 2 KiB (8 bits) or 514 KiB (16
+/// bits), or 64 bytes per voxel of a small element, per thread; a copy of the input if it shares voxels with the
+/// output. Parallel over slices, each of which is a step.
 namespace NORV::TaviOperators::Impl {
 
 /// The parameter object; `Traits` names the operator.
@@ -43,7 +44,8 @@ public:
   std::string getType() const override { return Traits::names.parameterType(); }
 };
 
-/// `Traits::rank(count)` is the rank that is wanted among `count` voxels, 0 for the lowest.
+/// `Traits::rank(count)` is the rank that is wanted among `count` voxels, 0 for the lowest. `Traits::Rows<T>` finds it
+/// for whole rows in vectors.
 template <class Derived, class Parameter, class Traits, class InputPtr, class OutputPtr, class MaskPointer>
 class HistogramUpdateOperator : public TaviOperators::Operator<Derived> {
   using T = VoxelOf<InputPtr>;
@@ -75,15 +77,36 @@ public:
 
 private:
   void filter(const View<const T>& from, const View<T>& to, const SlidingMaskOffsets& offsets, int threads) {
+    using Rows = typename Traits::template Rows<T>;
+    this->setTotal(to.dimTert);
+    if (from.hasDenseRows() && to.hasDenseRows() && to.size() != 0 && to.dimPrim >= Rows::lanes &&
+        inVectors(offsets) < sliding(offsets, to.dimPrim)) {
+      PerThread<Rows> rows(threads, to.dimTert, [&offsets] { return Rows(offsets.allOffsets); });
+      forEachSlice(*this, threads, to.dimTert, Steps::counted, [&](SizeType tert) {
+        for (SizeType sec = 0; sec < to.dimSec; ++sec) {
+          rows.mine()(from.row(sec, tert), to.row(sec, tert), to.dimPrim);
+        }
+      });
+      return;
+    }
     const uint64 rank = Traits::rank(offsets.count);
     PerThread<RankCounts<T>> counts(threads, to.dimTert, [] { return RankCounts<T>(); });
-    this->setTotal(to.dimTert);
     forEachSlice(*this, threads, to.dimTert, Steps::counted, [&](SizeType tert) {
       for (SizeType sec = 0; sec < to.dimSec; ++sec) {
         rankRow(counts.mine(), offsets, rank, from.row(sec, tert), from.stridePrim, to.row(sec, tert), to.stridePrim,
                 to.dimPrim);
       }
     });
+  }
+
+  /// Steps per voxel of either way, fitted to benchmarks/RankFilters.cpp.
+  static double inVectors(const SlidingMaskOffsets& offsets) {
+    return static_cast<double>(offsets.count) * Traits::stepsPerVoxel(8 * sizeof(T)) /
+           static_cast<double>(Traits::template Rows<T>::lanes);
+  }
+  static double sliding(const SlidingMaskOffsets& offsets, SizeType length) {
+    return 20.0 + 5.0 * static_cast<double>(offsets.edgeCount) +
+           2.0 * static_cast<double>(offsets.count) / static_cast<double>(length);
   }
 };
 
