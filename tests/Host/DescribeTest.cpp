@@ -83,6 +83,22 @@ TEST(ToolDescribe, LeavesOutVoxelTypesThatTheFrameRefuses) {
   EXPECT_EQ(json::parse(run({"describe", "RekReader", "--json"}).out)["voxelTypes"].size(), 8u);
 }
 
+TEST(ToolDescribe, TellsVoxelTypesOfVolumesOnlyAndInFewWords) {
+  const auto types = [](const char* op) {
+    const std::string text = run({"describe", op}).out;
+    return text.substr(std::min(text.find("Voxel types: "), text.size()));
+  };
+  // The identifiers also name the class of the mask, and that of the records.
+  EXPECT_EQ(types("HistogramUpdateMedian"), "Voxel types: uint8, uint16 (the same for all volumes)\n");
+  EXPECT_EQ(types("StandardFeaturesCalculation"),
+            "Voxel types: (uint8, uint16, uint32) + (int8, uint8, int16, uint16, int32, uint32, float32, float64)\n");
+  EXPECT_EQ(types("SmallObjectsRemover"),
+            "Voxel types: (uint8, uint16, uint32) + (uint8, uint16, uint32) -> that of the first\n");
+  EXPECT_EQ(types("AdaptiveMedian"),
+            "Voxel types: (int8, uint8, int16, uint16, int32, uint32, float32, float64) + (uint8, uint16, uint32) + "
+            "(uint8, uint16, uint32) -> that of the first\n");
+}
+
 TEST(ToolDescribe, DescribesAllOperatorsAtOnce) {
   const json all = json::parse(run({"describe", "--json"}).out);
   ASSERT_EQ(all.size(), TaviOperators::exportedOperators.size());
@@ -116,7 +132,7 @@ TEST(ToolUsage, FailuresOfTheCommandLineHaveStatus2) {
 TEST(ToolUsage, HelpIsNoFailure) {
   const Outcome help = run({"--help"});
   EXPECT_EQ(help.status, 0);
-  for (const char* command : {"list", "describe", "info", "run", "slice", "phantom", "demo"}) {
+  for (const char* command : {"list", "describe", "info", "run", "slice", "mask", "features", "phantom", "demo"}) {
     EXPECT_NE(help.out.find(command), std::string::npos) << command;
     EXPECT_EQ(run({command, "--help"}).status, 0);
   }

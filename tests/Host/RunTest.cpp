@@ -106,6 +106,19 @@ TEST_F(ToolRun, ReadersAndWritersCanBeCalledLikeAnyOperator) {
   EXPECT_EQ(readRek<uint8>("plain.raw"), ramp);
 }
 
+TEST_F(ToolRun, TakesALabelInTheVoxelTypeOfTheLabels) {
+  std::vector<uint16> labels(24, 300);
+  labels[3] = 301;
+  writeRek<uint16>("labels.rek", 4, 3, 2, labels);
+  const Outcome outcome =
+      runQuietly({"run", "BiggestObjectRemover", "inputVolume=in.rek", "inputLabelVolume=labels.rek",
+                  "backgroundLabelEnabled=true", "backgroundLabel=300", "substitutionValue=9", "outputVolume=out.rek"});
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  auto expected = ramp;
+  expected[3] = 9;
+  EXPECT_EQ(readRek<uint8>("out.rek"), expected);
+}
+
 TEST_F(ToolRun, MayWriteOverItsInput) {
   EXPECT_EQ(runQuietly(saturation({"inputLowerLimit=50", "inputUpperLimit=100", "outputVolume=in.rek"})).status, 0);
   EXPECT_EQ(readRek<uint8>("in.rek"), clamped(50, 100));

@@ -137,6 +137,8 @@ inline constexpr int rekCode<int16> = 15;
 template <>
 inline constexpr int rekCode<uint16> = 16;
 template <>
+inline constexpr int rekCode<uint32> = 32;
+template <>
 inline constexpr int rekCode<int64> = 63;
 template <>
 inline constexpr int rekCode<float32> = 24;

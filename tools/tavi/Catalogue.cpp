@@ -49,6 +49,8 @@ bool frameRefuses(const std::string& op, const std::vector<std::string>& inputTy
     if (key.info.takes == Takes::volume) {
       const std::string& type = isOutput(key.key) ? outputType : inputTypes[std::min(input++, inputTypes.size() - 1)];
       parameter->setValue(key.key, SmartPointer<IComposite>(makeVolume(type, Dimension<SizeType>(1, 1, 1))));
+    } else if (key.info.takes == Takes::mask) {
+      parameter->setValue(key.key, SmartPointer<IComposite>(makeVolume("uint8", Dimension<SizeType>(1, 1, 1))));
     }
   }
   const auto isFrameText = [](const std::string& text) {
@@ -63,6 +65,33 @@ bool frameRefuses(const std::string& op, const std::vector<std::string>& inputTy
   } catch (const std::exception& e) {
     return isFrameText(e.what());
   }
+}
+
+/// Where several inputs choose freely among types: "(uint8, uint16) + (int8, uint8) -> that of the first"; empty where
+/// they do not.
+std::string productText(const std::vector<Instance>& instances, bool hasOutput) {
+  const std::size_t types = instances.front().size();
+  const std::size_t inputs = types - (hasOutput ? 1 : 0);
+  const bool likeFirst = hasOutput && std::all_of(instances.begin(), instances.end(), [&](const Instance& instance) {
+                           return instance.size() == types && instance.front() == instance.back();
+                         });
+  if (inputs < 2 || (hasOutput && !likeFirst)) {
+    return {};
+  }
+  std::size_t combinations = 1;
+  std::vector<std::string> choices;
+  for (std::size_t i = 0; i < inputs; ++i) {
+    std::vector<std::string> choice;
+    for (const Instance& instance : instances) {
+      if (instance.size() == types && std::find(choice.begin(), choice.end(), instance[i]) == choice.end()) {
+        choice.push_back(instance[i]);
+      }
+    }
+    combinations *= choice.size();
+    choices.push_back("(" + join(choice) + ")");
+  }
+  return combinations == instances.size() ? join(choices, " + ") + (hasOutput ? " -> that of the first" : "")
+                                          : std::string();
 }
 
 }  // namespace
@@ -173,10 +202,19 @@ std::vector<Instance> reachableInstances(const std::string& op) {
     const std::vector<std::string> inputTypes(instance.begin(), instance.end() - 1);
     return frameRefuses(op, inputTypes, instance.back());
   });
+  const auto lists =
+      std::count_if(keys.begin(), keys.end(), [](const auto& key) { return key.info.takes == Takes::volumeList; });
+  const auto volumes = static_cast<std::size_t>(inputs + lists + outputs);
+  for (Instance& instance : instances) {
+    instance.resize(std::min(instance.size(), std::max<std::size_t>(1, volumes)));
+  }
+  instances.erase(std::unique(instances.begin(), instances.end()), instances.end());
   return instances;
 }
 
-std::string instancesText(const std::vector<Instance>& instances, const std::string& separator) {
+bool hasOutputVolume(const std::string& op) { return !firstVolumeKey(keysOf(makeParameter(op)), {"output"}).empty(); }
+
+std::string instancesText(const std::vector<Instance>& instances, bool hasOutput, const std::string& separator) {
   const auto isPlain = [](const Instance& instance) { return instance.size() == 1; };
   const auto isSame = [](const Instance& instance) {
     return std::all_of(instance.begin(), instance.end(), [&](const auto& type) { return type == instance.front(); });
@@ -188,6 +226,10 @@ std::string instancesText(const std::vector<Instance>& instances, const std::str
     }
     const bool several = !std::all_of(instances.begin(), instances.end(), isPlain);
     return join(types) + (several ? " (the same for all volumes)" : "");
+  }
+  const std::string product = productText(instances, hasOutput);
+  if (!product.empty()) {
+    return product;
   }
   // Inputs that have the same outputs share a group.
   std::vector<std::string> order;
@@ -210,7 +252,7 @@ std::string instancesText(const std::vector<Instance>& instances, const std::str
       }
       return alike;
     });
-    groups.push_back(join(inputs) + " -> " + join(outputs));
+    groups.push_back(join(inputs) + (hasOutput ? " -> " : " + ") + join(outputs));
   }
   return join(groups, separator);
 }

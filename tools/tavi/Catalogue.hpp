@@ -46,11 +46,15 @@ std::string fileNameKey(const std::vector<KeyDescription>& keys);
 
 /// The typed operators in the factory.
 std::vector<Instance> registeredInstances(const std::string& op);
-/// Those of them that the exported frame reaches: some frames demand more than the factory does.
+/// Those of them that the exported frame reaches: some frames demand more than the factory does. Types of what is no
+/// volume of a key, such as the records of a result, are left out.
 std::vector<Instance> reachableInstances(const std::string& op);
 
+/// Whether a result of the operator is a volume; in its instances that one comes last.
+bool hasOutputVolume(const std::string& op);
+
 /// "int8, uint8 -> uint16; ...": the instances in few words. `separator` stands between the groups.
-std::string instancesText(const std::vector<Instance>& instances, const std::string& separator = "; ");
+std::string instancesText(const std::vector<Instance>& instances, bool hasOutput, const std::string& separator = "; ");
 
 /// "NORV::uint8" becomes "uint8".
 std::string shortName(const std::string& typeName);

@@ -35,6 +35,23 @@ void sliceCommand(Session& session, const SliceOptions& options);
 
 void phantomCommand(Session& session, const std::string& file);
 
+struct MaskOptions {
+  std::string shape;      ///< box, ball or cross
+  std::string dimension;  ///< "AxBxC"
+  std::string file;
+};
+void maskCommand(Session& session, const MaskOptions& options);
+
+struct FeaturesOptions {
+  std::string labels;
+  std::string values;  ///< file of the grey values; without them only shapes are told
+  std::string sort;    ///< column; by label if empty
+  bool reverse = false;
+  bool csv = false;
+  bool histogram = false;  ///< of sizes, instead of the objects
+};
+void featuresCommand(Session& session, const FeaturesOptions& options);
+
 struct DemoOptions {
   std::string input;  ///< the phantom if empty
   std::string folder = "tavi-demo";

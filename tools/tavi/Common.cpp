@@ -18,6 +18,10 @@ std::string toText(const Dimension<SizeType>& dimension) {
   return std::to_string(dimension.prim) + "x" + std::to_string(dimension.sec) + "x" + std::to_string(dimension.tert);
 }
 
+std::string toText(const Position<SizeType>& position) {
+  return std::to_string(position.prim) + "x" + std::to_string(position.sec) + "x" + std::to_string(position.tert);
+}
+
 std::string bytesText(double bytes) {
   static constexpr std::array units{"bytes", "KiB", "MiB", "GiB", "TiB"};
   std::size_t unit = 0;

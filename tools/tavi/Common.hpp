@@ -64,6 +64,7 @@ std::string join(const std::vector<std::string>& words, const std::string& separ
 
 /// "256x256x128"
 std::string toText(const Dimension<SizeType>& dimension);
+std::string toText(const Position<SizeType>& position);
 
 /// "1.5 GiB", "12 bytes"
 std::string bytesText(double bytes);

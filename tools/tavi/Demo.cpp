@@ -1,9 +1,10 @@
-#include <Catalogue.hpp>
+#include <Analysis.hpp>
+#include <Call.hpp>
 #include <Commands.hpp>
+#include <LabelPicture.hpp>
 #include <Phantom.hpp>
 #include <Picture.hpp>
-#include <Tavi/ClassFactory.hpp>
-#include <Tavi/Data.hpp>
+#include <Truth.hpp>
 #include <Values.hpp>
 #include <VolumeFiles.hpp>
 #include <Voxels.hpp>
@@ -11,9 +12,10 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
+#include <optional>
 
 namespace NORV::TaviTool {
 namespace {
@@ -36,30 +38,36 @@ public:
       std::printf("%-10s %10s %12s  %s\n", "step", "time", "throughput", "what it did");
     }
     if (_options.input.empty()) {
-      step("phantom", &Job::writePhantom);
+      step("phantom", [this] { return writePhantom(); });
     }
-    step("load", &Job::load);
-    step("clamp", &Job::clamp);
-    step("extremes", &Job::findExtremes);
-    step("region", &Job::copyRegion);
-    step("save", &Job::save);
-    step("check", &Job::check);
-    step("pictures", &Job::drawPictures);
-    if (_session.json) {
-      printJson({{"input", inputFile()}, {"folder", _options.folder}, {"steps", _report}});
-    } else {
-      std::printf("\nThe results are in %s\n", _options.folder.c_str());
-    }
+    step("load", [this] { return load(); });
+    step("clamp", [this] { return clamp(); });
+    step("extremes", [this] { return findExtremes(); });
+    step("region", [this] { return copyRegion(); });
+    step("save", [this] { return save(); });
+    step("check", [this] { return check(); });
+    step("contrast", [this] { return stretch(); });
+    _analysis.emplace(_session, _input);
+    step("filter", [this] { return Outcome{_analysis->filter(), 2.0 * sizeInBytes(*_input)}; });
+    step("classes", [this] { return Outcome{_analysis->classify()}; });
+    step("threshold", [this] { return Outcome{_analysis->threshold()}; });
+    step("label", [this] { return Outcome{_analysis->label()}; });
+    step("clean", [this] { return Outcome{_analysis->clean()}; });
+    step("measure", [this] { return measure(); });
+    step("pictures", [this] { return drawPictures(); });
+    report();
+    requireTruth();
   }
 
 private:
-  void step(const char* name, Outcome (Job::*work)()) {
+  template <class Work>
+  void step(const char* name, const Work& work) {
     _session.checkInterrupt(name);
     const auto start = Clock::now();
-    const Outcome outcome = (this->*work)();
+    const Outcome outcome = work();
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
     if (_session.json) {
-      _report.push_back({{"step", name}, {"seconds", seconds}, {"bytes", outcome.bytes}, {"text", outcome.text}});
+      _steps.push_back({{"step", name}, {"seconds", seconds}, {"bytes", outcome.bytes}, {"text", outcome.text}});
       return;
     }
     std::array<char, 32> throughput{};
@@ -82,11 +90,12 @@ private:
   }
 
   Outcome writePhantom() {
-    const Phantom phantom = makePhantom(_session);
-    saveVolume(_session, phantom.volume, inputFile());
-    saveTruth(_session, phantom, truthFileOf(inputFile()));
-    return {"made a scan of a part with " + std::to_string(phantom.pores.size()) + " pores and " +
-            std::to_string(phantom.inclusions.size()) + " inclusions: " + inputFile() + ", truth in " +
+    _phantom = makePhantom(_session);
+    saveVolume(_session, _phantom->volume, inputFile());
+    saveTruth(_session, *_phantom, truthFileOf(inputFile()));
+    _phantom->volume = {};  // it is loaded as any scan
+    return {"made a scan of a part with " + std::to_string(_phantom->pores.size()) + " pores and " +
+            std::to_string(_phantom->inclusions.size()) + " inclusions: " + inputFile() + ", truth in " +
             truthFileOf(inputFile())};
   }
 
@@ -96,25 +105,17 @@ private:
             sizeInBytes(*_input)};
   }
 
-  /// A limit as the operator takes it: a `Data` of the voxel type.
-  SmartPointer<IComposite> greyValue(double value) const {
-    SmartPointer<IComposite> data;
-    withVoxels(_input, [&](const auto& view) {
-      using T = std::remove_pointer_t<decltype(view.data)>;
-      data = SmartPointer<IComposite>(new Tavi::Persistence::Data<T>(static_cast<T>(value)));
-    });
-    return data;
-  }
-
   Outcome clamp() {
     const auto [low, high] = quantilesOf(_input, 0.005, 0.995);
-    const auto parameter = makeParameter("Saturation");
-    parameter->setValue("inputVolume", SmartPointer<IComposite>(_input));
-    parameter->setValue("inputLowerLimit", greyValue(low));
-    parameter->setValue("inputUpperLimit", greyValue(high));
-    _session.run("Saturation", parameter, "clamp");
-    _clamped = SmartPointer<IVolume>(parameter->getValue("outputVolume"));
-    return {"outliers cut at " + valueText(greyValue(low)) + " and " + valueText(greyValue(high)) +
+    _low = greyValue(_input, low);
+    _high = greyValue(_input, high);
+    _clamped = Call(_session, "Saturation")
+                   .set("inputVolume", _input)
+                   .set("inputLowerLimit", _low)
+                   .set("inputUpperLimit", _high)
+                   .run("clamp")
+                   .volume("outputVolume");
+    return {"outliers cut at " + valueText(_low) + " and " + valueText(_high) +
                 ", which 0.5 % of the voxels lie below and above",
             2.0 * sizeInBytes(*_input)};
   }
@@ -130,17 +131,9 @@ private:
     const auto half = [](SizeType extent) { return std::max<SizeType>(1, extent / 2); };
     const RegionOfInterest middle(Dimension<SizeType>(half(whole.prim), half(whole.sec), half(whole.tert)),
                                   Position<SizeType>(whole.prim / 4, whole.sec / 4, whole.tert / 4));
-    auto& factory = Tavi::Factory::getClassFactory();
-    const std::string type = _clamped->getType();
-    const SmartPointer<IOperator> copy(
-        factory.createInstance("NORV::Tavi::Copy::Operator< " + type + ", " + type + " >"));
-    const SmartPointer<IComposite> parameter(factory.createInstance("NORV::Tavi::Copy::Parameter"));
-
     _clamped->setRoi(middle);
-    parameter->setValue("inputVolume", SmartPointer<IComposite>(_clamped));
-    _session.run("Copy", *copy, parameter, "copy a region");
+    _region = copyOf(_session, _clamped, "copy a region");
     _clamped->resetRoi();
-    _region = SmartPointer<IVolume>(parameter->getValue("outputVolume"));
     const auto& origin = middle.getOrigin();
     return {"copied " + toText(middle.getDimension()) + " voxels from (" + std::to_string(origin.prim) + ", " +
                 std::to_string(origin.sec) + ", " + std::to_string(origin.tert) + ")",
@@ -161,18 +154,187 @@ private:
     return {inFolder("region.rek") + " read again: every voxel as it was saved", 2.0 * sizeInBytes(*_region)};
   }
 
+  /// The same limits as for the clamping, spread over all grey values that 8 or 16 bits have.
+  Outcome stretch() {
+    const bool isNarrow = voxelBytes(*_input) == 1;
+    _stretched = makeVolume(isNarrow ? "uint8" : "uint16", _input->getDimension());
+    const double largest = isNarrow ? 255.0 : 65535.0;
+    Call(_session, "AdjustLinear")
+        .set("inputVolume", _input)
+        .set("outputVolume", _stretched)
+        .set("inputOriginalMinimumValue", _low)
+        .set("inputOriginalMaximumValue", _high)
+        .set("inputResultMinimumValue", greyValue(_stretched, 0.0))
+        .set("inputResultMaximumValue", greyValue(_stretched, largest))
+        .run("contrast");
+    return {"stretched " + valueText(_low) + " to " + valueText(_high) + " over 0 to " +
+                valueText(greyValue(_stretched, largest)),
+            sizeInBytes(*_input) + sizeInBytes(*_stretched)};
+  }
+
+  Outcome measure() {
+    const std::string text = _analysis->measure();
+    saveVolume(_session, _analysis->objects(), inFolder("objects.rek"));
+    _objects.emplace(_analysis->table());
+    _objects->sort("size", true);
+    if (_phantom) {
+      const SizeType pores = _analysis->numberOfPores(), all = pores + _analysis->numberOfInclusions();
+      _comparisons = {Comparison("pores", _phantom->pores, *_objects, 1, pores),
+                      Comparison("inclusions", _phantom->inclusions, *_objects, pores + 1, all)};
+    }
+    writeObjects();
+    return {text + "; objects.csv, objects.rek"};
+  }
+
+  bool isPore(std::size_t row) const {
+    return _objects->number(row, "label") <= static_cast<double>(_analysis->numberOfPores());
+  }
+
+  void writeObjects() {
+    const std::string file = inFolder("objects.csv");
+    std::string lines = "kind," + _objects->csvHeader() + "\n";
+    for (std::size_t row = 0; row < _objects->size(); ++row) {
+      lines += (isPore(row) ? "pore," : "inclusion,") + _objects->csv(row) + "\n";
+    }
+    writeText(_session, lines, file);
+  }
+
+  /// The range that a scan could have, so that a low contrast is seen as such.
+  GreyRange fullRange() {
+    const bool isRaw = _input->getVoxelType() == _stretched->getVoxelType();
+    return isRaw ? GreyRange{0.0, voxelBytes(*_input) == 1 ? 255.0 : 65535.0} : greyRangeOf(_session, _input);
+  }
+
   Outcome drawPictures() {
     const GreyRange before = greyRangeOf(_session, _input), after = greyRangeOf(_session, _clamped);
     savePicture(_session, threeSlices(_input, before), inFolder("before.pgm"));
     savePicture(_session, threeSlices(_clamped, after), inFolder("after.pgm"));
     savePicture(_session, threeSlices(_region, after), inFolder("region.pgm"));
-    return {"middle slices across z, y and x: before.pgm, after.pgm, region.pgm"};
+    const GreyRange stretched{0.0, voxelBytes(*_stretched) == 1 ? 255.0 : 65535.0};
+    savePicture(_session, stacked({threeSlices(_input, fullRange()), threeSlices(_stretched, stretched)}, 4),
+                inFolder("contrast.pgm"));
+    const GreyRange filtered = greyRangeOf(_session, _analysis->filtered());
+    const GreyRange classes{0.0, static_cast<double>(Analysis::numberOfClasses)};
+    savePicture(
+        _session,
+        stacked({threeSlices(_analysis->filtered(), filtered), threeSlices(_analysis->classVolume(), classes)}, 4),
+        inFolder("classes.pgm"));
+    drawObjects();
+    return {
+        "middle slices across z, y and x: before.pgm, after.pgm, region.pgm, contrast.pgm, classes.pgm; objects "
+        "in the part: objects.ppm"};
+  }
+
+  /// In shuffled order, so that neighbours differ in colour.
+  void drawObjects() {
+    const SizeType labels = _objects->size() + 1;
+    std::srand(1);  // the same picture each time
+    const auto shuffled = Call(_session, "SwitchLabelsRandom")
+                              .set("inputVolume", _analysis->objects())
+                              .setCount("inputNumberOfLabels", labels)
+                              .run("shuffle labels")
+                              .volume("outputVolume");
+    savePicture(_session, seeThrough(_input, shuffled, labels), inFolder("objects.ppm"));
+  }
+
+  void report() const {
+    if (_session.json) {
+      Json classes = Json::array(), objects = Json::array(), truth = Json::array();
+      for (const GreyClass& each : _analysis->classes()) {
+        classes.push_back({{"class", each.label},
+                           {"voxels", each.voxels},
+                           {"minimum", each.minimum},
+                           {"maximum", each.maximum},
+                           {"mean", numberJson(each.mean)}});
+      }
+      for (std::size_t row = 0; row < _objects->size(); ++row) {
+        Json object{{"kind", isPore(row) ? "pore" : "inclusion"}};
+        object.update(_objects->record(row));
+        objects.push_back(object);
+      }
+      for (const Comparison& each : _comparisons) {
+        truth.push_back(each.json());
+      }
+      printJson({{"input", inputFile()},
+                 {"folder", _options.folder},
+                 {"steps", _steps},
+                 {"classes", classes},
+                 {"objects", objects},
+                 {"truth", truth}});
+      return;
+    }
+    printClasses();
+    printObjects(true);
+    printObjects(false);
+    for (const Comparison& each : _comparisons) {
+      std::printf("%s%s\n", &each == _comparisons.data() ? "\nTruth: " : "       ", each.text().c_str());
+    }
+    if (!_comparisons.empty() && truthHolds()) {
+      std::printf("       all that the phantom holds was found and nothing else, at its place and in its size\n");
+    }
+    std::printf("\nThe results are in %s\n", _options.folder.c_str());
+  }
+
+  void printClasses() const {
+    std::printf("\n%5s %12s %8s %9s %9s %11s\n", "class", "voxels", "share", "from", "to", "mean");
+    for (const GreyClass& each : _analysis->classes()) {
+      std::printf("%5llu %12llu %6.2f %% %9.0f %9.0f %11.1f\n", static_cast<unsigned long long>(each.label),
+                  static_cast<unsigned long long>(each.voxels),
+                  100.0 * static_cast<double>(each.voxels) / static_cast<double>(_input->getRoiSize()), each.minimum,
+                  each.maximum, each.mean);
+    }
+  }
+
+  /// The largest ones: all of the phantom, not those of any scan.
+  void printObjects(bool pores) const {
+    constexpr SizeType most = 50;
+    const SizeType all = pores ? _analysis->numberOfPores() : _analysis->numberOfInclusions();
+    std::printf("\n%-10s %9s %s %27s %9s %11s\n", pores ? "pores" : "inclusions", "voxels", _phantom ? "     true" : "",
+                "centre", "diameter", "mean");
+    SizeType printed = 0;
+    for (std::size_t row = 0; row < _objects->size() && printed < most; ++row) {
+      if (isPore(row) != pores) {
+        continue;
+      }
+      std::array<char, 16> truth{};
+      if (_phantom) {
+        std::snprintf(truth.data(), truth.size(), "%9llu", static_cast<unsigned long long>(trueVoxels(row)));
+      }
+      const auto number = [&](const char* column) { return _objects->number(row, column); };
+      std::printf("%10llu %9.0f %s %9.1f%9.1f%9.1f %9.1f %11.1f\n", static_cast<unsigned long long>(++printed),
+                  number("size"), truth.data(), number("geometricCenter.x"), number("geometricCenter.y"),
+                  number("geometricCenter.z"), number("diameter"), number("mean"));
+    }
+    if (printed < all) {
+      std::printf("%10s %llu smaller ones are in %s\n", "...", static_cast<unsigned long long>(all - printed),
+                  inFolder("objects.csv").c_str());
+    }
+  }
+
+  SizeType trueVoxels(std::size_t row) const {
+    return std::max(_comparisons[0].trueVoxels(row), _comparisons[1].trueVoxels(row));
+  }
+
+  bool truthHolds() const {
+    return std::all_of(_comparisons.begin(), _comparisons.end(), [](const Comparison& each) { return each.holds(); });
+  }
+
+  void requireTruth() const {
+    if (!truthHolds()) {
+      throw Failure("what was measured is not what the phantom holds",
+                    _comparisons[0].text() + "; " + _comparisons[1].text());
+    }
   }
 
   Session& _session;
   const DemoOptions& _options;
-  SmartPointer<IVolume> _input, _clamped, _region;
-  Json _report = Json::array();
+  std::optional<Phantom> _phantom;
+  SmartPointer<IVolume> _input, _clamped, _region, _stretched;
+  SmartPointer<IComposite> _low, _high;  // grey values between which nearly all voxels lie
+  std::optional<Analysis> _analysis;
+  std::optional<FeatureTable> _objects;  // the largest first
+  std::vector<Comparison> _comparisons;
+  Json _steps = Json::array();
 };
 
 }  // namespace

@@ -50,7 +50,7 @@ Json describeJson(const std::string& op) {
 
 std::string voxelTypesText(const std::string& op, const std::string& separator) {
   const auto instances = reachableInstances(op);
-  return instances.empty() ? "any" : instancesText(instances, separator);
+  return instances.empty() ? "any" : instancesText(instances, hasOutputVolume(op), separator);
 }
 
 void describeText(const std::string& op) {

@@ -93,14 +93,15 @@ std::string spaceLeft(const std::string& file, const std::string& shownName) {
   return shownName + ": the device takes no more";
 }
 
-/// Which volumes were given, by their voxel types.
-std::string givenVolumes(const FailureContext& context) {
+/// Which volumes were given, by their voxel types or their extents.
+std::string givenVolumes(const FailureContext& context, bool asExtents = false) {
   std::vector<std::string> given;
   for (const KeyDescription& key : keysOf(context.parameter)) {
     if (isVolume(key)) {
       const SmartPointer<IVolume> volume(context.parameter->getValue(key.key));
       if (volume != nullptr) {
-        given.push_back(key.key + " is " + shortName(volume->getVoxelType()));
+        given.push_back(key.key + " is " +
+                        (asExtents ? toText(volume->getDimension()) : shortName(volume->getVoxelType())));
       }
     }
   }
@@ -113,7 +114,8 @@ std::string existingInstances(const FailureContext& context) {
     return {};
   }
   const std::string given = givenVolumes(context);
-  return (given.empty() ? "" : given + "; ") + context.op + " takes " + instancesText(instances);
+  return (given.empty() ? "" : given + "; ") + context.op + " takes " +
+         instancesText(instances, hasOutputVolume(context.op));
 }
 
 std::string hintFor(const std::string& text, const FailureContext& context, int error) {
@@ -123,6 +125,12 @@ std::string hintFor(const std::string& text, const FailureContext& context, int 
   if (holds(text, "No creationMethod for the identifier") || holds(text, "Voxel types") ||
       holds(text, "volume is of the wrong type")) {
     return existingInstances(context);
+  }
+  if (holds(text, "differ in size")) {
+    return givenVolumes(context, true);
+  }
+  if (holds(text, "inputMask is NULL")) {
+    return givenVolumes(context) + "; a mask is uint8, as \"tavi mask\" writes it";
   }
   if (context.file.empty()) {
     return holds(text, "is NULL") ? givenVolumes(context) : std::string();

@@ -5,11 +5,9 @@
 #include <VolumeFiles.hpp>
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
 namespace NORV::TaviTool {
 namespace {
@@ -221,16 +219,7 @@ std::string truthFileOf(const std::string& volumeFile) {
 }
 
 void saveTruth(Session& session, const Phantom& phantom, const std::string& file) {
-  const auto close = [](std::FILE* stream) { std::fclose(stream); };
-  const std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(file.c_str(), "wbe"), close);
-  if (stream == nullptr) {
-    throw Failure(file + ": cannot be written", std::strerror(errno));
-  }
-  const std::string text = truthOf(phantom).dump(1) + "\n";
-  if (std::fwrite(text.data(), 1, text.size(), stream.get()) != text.size() || std::fflush(stream.get()) != 0) {
-    throw Failure(file + ": could not be written completely", std::strerror(errno));
-  }
-  session.hasWritten(file);
+  writeText(session, truthOf(phantom).dump(1) + "\n", file);
 }
 
 void phantomCommand(Session& session, const std::string& file) {

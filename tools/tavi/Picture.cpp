@@ -11,8 +11,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
-#include <memory>
 
 namespace NORV::TaviTool {
 namespace {
@@ -22,30 +20,6 @@ double asDouble(const SmartPointer<IComposite>& data) {
   double number = 0.0;
   static_cast<void>(Tavi::Persistence::Impl::fromText(value->toString(), number));
   return number;
-}
-
-uint8 greyOf(double value, const GreyRange& range) {
-  if (!(value > range.black)) {
-    return 0;  // NaN too
-  }
-  if (value >= range.white) {
-    return 255;
-  }
-  return static_cast<uint8>(std::lround((value - range.black) / (range.white - range.black) * 255.0));
-}
-
-void writeGreyMap(const Picture& picture, const std::string& file) {
-  const auto close = [](std::FILE* stream) { std::fclose(stream); };
-  const std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(file.c_str(), "wbe"), close);
-  if (stream == nullptr) {
-    throw Failure(file + ": cannot be written", std::strerror(errno));
-  }
-  std::fprintf(stream.get(), "P5\n%llu %llu\n255\n", static_cast<unsigned long long>(picture.width),
-               static_cast<unsigned long long>(picture.height));
-  std::fwrite(picture.pixels.data(), 1, picture.pixels.size(), stream.get());
-  if (std::fflush(stream.get()) != 0 || std::ferror(stream.get()) != 0) {
-    throw Failure(file + ": could not be written completely", std::strerror(errno));
-  }
 }
 
 GreyRange parseRange(const std::string& text) {
@@ -70,7 +44,45 @@ SizeType extentAlong(const Dimension<SizeType>& dimension, char axis) {
   return axis == 'x' ? dimension.prim : axis == 'y' ? dimension.sec : dimension.tert;
 }
 
+/// Copies a picture into a larger one of the same channels.
+void paste(const Picture& picture, SizeType left, SizeType top, Picture& all) {
+  const SizeType row = picture.width * picture.channels;
+  for (SizeType down = 0; down < picture.height; ++down) {
+    std::copy_n(picture.pixels.begin() + static_cast<std::ptrdiff_t>(down * row), static_cast<std::ptrdiff_t>(row),
+                all.pixels.begin() + static_cast<std::ptrdiff_t>(((top + down) * all.width + left) * picture.channels));
+  }
+}
+
+/// Of extents along and across the direction in which pictures are put together, which `along` and `across` choose.
+Picture together(const std::vector<Picture>& pictures, SizeType gap, SizeType Picture::*along,
+                 SizeType Picture::*across) {
+  Picture all;
+  for (const Picture& picture : pictures) {
+    all.*along += picture.*along + (all.*along > 0 ? gap : 0);
+    all.*across = std::max(all.*across, picture.*across);
+    all.channels = picture.channels;
+  }
+  all.pixels.assign(all.width * all.height * all.channels, 0);
+  SizeType at = 0;
+  for (const Picture& picture : pictures) {
+    const bool isRow = along == &Picture::width;
+    paste(picture, isRow ? at : 0, isRow ? 0 : at, all);
+    at += picture.*along + gap;
+  }
+  return all;
+}
+
 }  // namespace
+
+uint8 greyOf(double value, const GreyRange& range) {
+  if (!(value > range.black)) {
+    return 0;  // NaN too
+  }
+  if (value >= range.white) {
+    return 255;
+  }
+  return static_cast<uint8>(std::lround((value - range.black) / (range.white - range.black) * 255.0));
+}
 
 Extremes extremesOf(Session& session, const SmartPointer<IVolume>& volume) {
   const auto parameter = makeParameter("ExtremeValueCalculation");
@@ -105,22 +117,11 @@ Picture sliceOf(const SmartPointer<IVolume>& volume, char axis, SizeType index, 
 }
 
 Picture sideBySide(const std::vector<Picture>& pictures, SizeType gap) {
-  Picture all;
-  for (const Picture& picture : pictures) {
-    all.width += picture.width + (all.width > 0 ? gap : 0);
-    all.height = std::max(all.height, picture.height);
-  }
-  all.pixels.assign(all.width * all.height, 0);
-  SizeType left = 0;
-  for (const Picture& picture : pictures) {
-    for (SizeType row = 0; row < picture.height; ++row) {
-      std::copy_n(picture.pixels.begin() + static_cast<std::ptrdiff_t>(row * picture.width),
-                  static_cast<std::ptrdiff_t>(picture.width),
-                  all.pixels.begin() + static_cast<std::ptrdiff_t>(row * all.width + left));
-    }
-    left += picture.width + gap;
-  }
-  return all;
+  return together(pictures, gap, &Picture::width, &Picture::height);
+}
+
+Picture stacked(const std::vector<Picture>& pictures, SizeType gap) {
+  return together(pictures, gap, &Picture::height, &Picture::width);
 }
 
 Picture threeSlices(const SmartPointer<IVolume>& volume, const GreyRange& range) {
@@ -131,10 +132,14 @@ Picture threeSlices(const SmartPointer<IVolume>& volume, const GreyRange& range)
 }
 
 void savePicture(Session& session, const Picture& picture, const std::string& file) {
-  if (file.ends_with(".pgm")) {
-    writeGreyMap(picture, file);
-    session.hasWritten(file);
+  if (file.ends_with(picture.channels == 1 ? ".pgm" : ".ppm")) {
+    const std::string header = std::string(picture.channels == 1 ? "P5" : "P6") + "\n" + std::to_string(picture.width) +
+                               " " + std::to_string(picture.height) + "\n255\n";
+    writeText(session, header + std::string(picture.pixels.begin(), picture.pixels.end()), file);
     return;
+  }
+  if (picture.channels != 1) {
+    throw UsageError(file + ": the name of a coloured picture ends in .ppm");
   }
   const auto volume = makeVolume("uint8", Dimension<SizeType>(picture.width, picture.height, 1));
   std::copy(picture.pixels.begin(), picture.pixels.end(), Tavi::VolumePtr<uint8>(volume)->getData());

@@ -1,6 +1,8 @@
+#include <Call.hpp>
 #include <Catalogue.hpp>
 #include <Commands.hpp>
 #include <FileNames.hpp>
+#include <Mask.hpp>
 #include <Tavi/Data.hpp>
 #include <Tavi/List.hpp>
 #include <Tavi/Vector.hpp>
@@ -45,6 +47,19 @@ Target parseTarget(const std::string& key, const std::string& text) {
   return target;
 }
 
+/// Whether the text stands for the middle of the mask that the position is one of.
+bool isMiddle(const KeyDescription& key, const std::string& text) {
+  return key.info.takes == Takes::dimension && key.key.ends_with("Anchor") && (text == "center" || text == "centre");
+}
+
+/// "mask" and "Mask" are short for "inputMask".
+bool isShortFor(const std::string& shortKey, const std::string& key) {
+  const std::size_t role = isInput(key) ? 5 : 6;
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+  return !shortKey.empty() && key.size() == role + shortKey.size() && lower(key[role]) == lower(shortKey[0]) &&
+         key.compare(role + 1, std::string::npos, shortKey, 1) == 0;
+}
+
 /// One run of an operator: its parameter object, filled from the command line.
 class Run {
 public:
@@ -86,23 +101,37 @@ public:
 private:
   bool has(const KeyDescription& key) const { return _given.contains(key.key); }
 
-  void add(const std::string& assignment) {
-    const auto equals = assignment.find('=');
-    const std::string key = assignment.substr(0, equals);
-    const auto known = std::find_if(_keys.begin(), _keys.end(), [&](const auto& each) { return each.key == key; });
-    if (known == _keys.end()) {
-      std::vector<std::string> names;
-      for (const KeyDescription& each : _keys) {
-        names.push_back(each.key);
+  const KeyDescription& findKey(const std::string& key) const {
+    std::vector<std::string> names, meant;
+    const KeyDescription* found = nullptr;
+    for (const KeyDescription& each : _keys) {
+      if (each.key == key) {
+        return each;
       }
+      names.push_back(each.key);
+      if (isShortFor(key, each.key)) {
+        meant.push_back(each.key);
+        found = &each;
+      }
+    }
+    if (meant.size() > 1) {
+      throw UsageError(key + " is short for " + join(meant, " and for ") + "; write which one is meant");
+    }
+    if (found == nullptr) {
       throw UsageError(_op + " has no key \"" + key + "\"; the nearest is " + nearest(key, names) +
                        ", \"tavi describe " + _op + "\" shows all");
     }
+    return *found;
+  }
+
+  void add(const std::string& assignment) {
+    const auto equals = assignment.find('=');
+    const KeyDescription& known = findKey(assignment.substr(0, equals));
     if (equals == std::string::npos || equals + 1 == assignment.size()) {
-      throw UsageError(key + " needs a value: " + key + "=" + syntaxOf(known->info.takes));
+      throw UsageError(known.key + " needs a value: " + known.key + "=" + syntaxOf(known.info.takes));
     }
-    if (!_given.emplace(key, assignment.substr(equals + 1)).second) {
-      throw UsageError(key + " is given twice");
+    if (!_given.emplace(known.key, assignment.substr(equals + 1)).second) {
+      throw UsageError(known.key + " is given twice");
     }
   }
 
@@ -134,9 +163,10 @@ private:
         requireReadable(text.substr(0, colon));
         requireWritable(text.substr(colon + 1));
       } else if (isVolume(key)) {
-        requireReadable(text);
-      } else if (key.info.takes != Takes::likeInput && key.info.takes != Takes::likeOutput &&
-                 key.info.takes != Takes::volumeList) {
+        requireLoadable(key, text);
+      } else if (key.info.takes == Takes::volumeList) {
+        forEachInList(text, [&](const std::string& each) { requireLoadable(key, each); });
+      } else if (key.info.takes != Takes::likeInput && key.info.takes != Takes::likeOutput && !isMiddle(key, text)) {
         setValue(key);
       }
     }
@@ -146,44 +176,62 @@ private:
     }
   }
 
-  const SmartPointer<IVolume>& load(const std::string& file) {
-    auto& volume = _volumes[file];
+  static bool mayBeMask(const KeyDescription& key) {
+    return key.info.takes == Takes::mask || key.info.takes == Takes::volumeList;
+  }
+
+  static void requireLoadable(const KeyDescription& key, const std::string& text) {
+    if (!mayBeMask(key) || !findMask(key.key, text)) {
+      requireReadable(text);
+    }
+  }
+
+  const SmartPointer<IVolume>& load(const KeyDescription& key, const std::string& text) {
+    auto& volume = _volumes[text];
     if (volume == nullptr) {
-      volume = loadVolume(_session, file);
+      const auto mask = mayBeMask(key) ? findMask(key.key, text) : std::nullopt;
+      volume = mask ? makeMask(_session, *mask) : loadVolume(_session, text);
     }
     return volume;
+  }
+
+  template <class Body>
+  static void forEachInList(const std::string& text, const Body& body) {
+    for (std::size_t at = 0; at <= text.size();) {
+      const std::size_t end = std::min(text.find(',', at), text.size());
+      body(text.substr(at, end - at));
+      at = end + 1;
+    }
   }
 
   void loadKey(const KeyDescription& key) {
     const std::string& text = _given.at(key.key);
     if (key.info.takes == Takes::volumeList) {
-      setList(key.key, text);
+      setList(key, text);
     } else if (isVolume(key) && isModify(key.key)) {
       // Its own copy: it changes, and other keys may name the same file.
       const auto colon = text.find(':', 2);
       _parameter->setValue(key.key, SmartPointer<IComposite>(loadVolume(_session, text.substr(0, colon))));
       _targets[key.key].file = text.substr(colon + 1);
     } else if (isVolume(key)) {
-      _parameter->setValue(key.key, SmartPointer<IComposite>(load(text)));
+      _parameter->setValue(key.key, SmartPointer<IComposite>(load(key, text)));
     }
   }
 
-  void setList(const std::string& key, const std::string& text) {
+  void setList(const KeyDescription& key, const std::string& text) {
     using Vector = Tavi::Container::Vector<SmartPointer<IVolume>>;
     using List = Tavi::Container::List<SmartPointer<IVolume>>;
     const SmartPointer<Vector> vector(new Vector);
     const SmartPointer<List> list(new List);
-    for (std::size_t at = 0; at <= text.size();) {
-      const std::size_t end = std::min(text.find(',', at), text.size());
-      const auto& volume = load(text.substr(at, end - at));
+    forEachInList(text, [&](const std::string& each) {
+      const auto& volume = load(key, each);
       vector->push_back(volume);
       list->push_back(volume);
-      at = end + 1;
-    }
+    });
     // A property empties itself for the kind of container that it does not hold.
-    _parameter->setValue(key, SmartPointer<IComposite>(vector));
-    if (_parameter->getValue(key) == nullptr) {
-      _parameter->setValue(key, SmartPointer<IComposite>(list));
+    _parameter->setValue(key.key, SmartPointer<IComposite>(vector));
+    if (_parameter->getValue(key.key) == nullptr) {
+      _parameter->setValue(key.key, SmartPointer<IComposite>(list));
     }
   }
 
@@ -196,6 +244,9 @@ private:
     const Target& target = _targets.at(key.key);
     const auto input = volumeOf(firstVolumeKey(_keys, {"input", "modify"}));
     if (target.voxelType.empty() && target.dimension.empty() && !key.info.required) {
+      if (input != nullptr && leavesVoxels()) {
+        _parameter->setValue(key.key, SmartPointer<IComposite>(copyOf(_session, input, "prepare the result")));
+      }
       return;
     }
     if (input == nullptr && (target.voxelType.empty() || target.dimension.empty())) {
@@ -203,16 +254,40 @@ private:
     }
     const auto dimension = target.dimension.empty() ? input->getDimension() : parseDimension(key.key, target.dimension);
     const std::string type = target.voxelType.empty() ? shortName(input->getVoxelType()) : target.voxelType;
-    _parameter->setValue(key.key, SmartPointer<IComposite>(makeVolume(type, dimension)));
+    const auto output = makeVolume(type, dimension);
+    if (leavesVoxels()) {
+      clear(output);
+    }
+    _parameter->setValue(key.key, SmartPointer<IComposite>(output));
+  }
+
+  /// Where an element does not fit, an operator keeps what its result holds: which must not be whatever the memory did.
+  bool leavesVoxels() const { return std::any_of(_keys.begin(), _keys.end(), mayBeMask); }
+
+  /// The middle of the mask that is given.
+  void setMiddle(const KeyDescription& key) {
+    const auto isMask = [](const KeyDescription& each) { return each.info.takes == Takes::mask; };
+    const auto mask = std::find_if(_keys.begin(), _keys.end(), isMask);
+    const auto volume = volumeOf(mask != _keys.end() ? mask->key : std::string());
+    if (volume == nullptr) {
+      throw UsageError(key.key + "=" + _given.at(key.key) + ": there is no mask that has a middle");
+    }
+    const auto position = _parameter->getValue(key.key);
+    parseInto(key.key, position, toText(middleOf(volume->getDimension())));
+    _parameter->setValue(key.key, position);
   }
 
   void setValue(const KeyDescription& key) {
     const std::string& text = _given.at(key.key);
+    if (isMiddle(key, text)) {
+      setMiddle(key);
+      return;
+    }
     const auto present = _parameter->getValue(key.key);
     std::string type = dataTypeOf(present);
     switch (key.info.takes) {
       case Takes::likeInput:
-        type = voxelTypeFor(key.key, firstVolumeKey(_keys, {"input", "modify"}));
+        type = voxelTypeFor(key.key, inputLike(key.key));
         break;
       case Takes::likeOutput: {
         const std::string output = firstVolumeKey(_keys, {"output"});
@@ -244,6 +319,17 @@ private:
     } else {
       throw UsageError(key.key + " cannot be given on the command line");
     }
+  }
+
+  /// A value is of the voxel type of the first input, but a label of that of the labels.
+  std::string inputLike(const std::string& key) const {
+    const bool isLabel = key.ends_with("Label");
+    for (const KeyDescription& each : _keys) {
+      if (isLabel && each.key == "inputLabelVolume") {
+        return each.key;
+      }
+    }
+    return firstVolumeKey(_keys, {"input", "modify"});
   }
 
   std::string voxelTypeFor(const std::string& key, const std::string& volumeKey) const {

@@ -15,12 +15,16 @@ constexpr const char* runHelp =
     R"(Values:
   volumes         a file; its end tells its kind. Volumes to write may name their voxel type and extents, which
                   some operators need to choose what they do: outputVolume=out.rek:uint16 or out.rek:uint16:64x64x64
+  masks           a file, as "tavi mask" writes it, or the shape itself: inputMask=ball:9x9x9, box:3x3x1, cross:5x5x5
+  anchors         AxBxC, or center for the middle of the mask: inputAnchor=center
   modify keys     <file to read>:<file to write>
   volume lists    <file>,<file>,...
   grey values     a number of the voxel type of the input or output volume, as "tavi describe" says
   flags           true or false
   dimensions      AxBxC along x, y, z
   regions         AxBxC+x+y+z
+Keys may be short of their role where that leaves one: mask=ball:9x9x9 anchor=center. Where a mask reaches past the
+volume, voxels of the result are those of the input.
 Results that are no volumes are printed by name.)";
 
 /// One line for the text, one for the hint.
@@ -75,6 +79,8 @@ struct Arguments {
   std::string file;
   std::vector<std::string> assignments;
   SliceOptions slice;
+  MaskOptions mask;
+  FeaturesOptions features;
   DemoOptions demo;
   std::function<void()> command;
 
@@ -113,12 +119,26 @@ void addCommands(CLI::App& app, Arguments& a) {
   slice->add_option("--range", a.slice.range, "Grey values low:high for black and white; the extremes if absent");
   slice->add_option("-o,--output", a.slice.picture, "Picture to write, a portable grey map (.pgm)")->required();
 
+  CLI::App* mask = add("mask", "Writes a structuring element", [&a] { maskCommand(a.session, a.mask); });
+  mask->add_option("shape", a.mask.shape, "box, ball or cross")->required();
+  mask->add_option("extents", a.mask.dimension, "AxBxC along x, y, z; odd for a ball and a cross")->required();
+  mask->add_option("-o,--output", a.mask.file, "Volume file to write")->required();
+
+  CLI::App* features =
+      add("features", "Measures the objects of a label volume", [&a] { featuresCommand(a.session, a.features); });
+  features->add_option("labels", a.features.labels, "Volume file of labels; 0 is no object")->required();
+  features->add_option("--values", a.features.values, "Volume file of the grey values of the same voxels");
+  features->add_option("--sort", a.features.sort, "Column to sort by, as the table or the CSV names it");
+  features->add_flag("--reverse", a.features.reverse, "The other way round, such as the largest first");
+  features->add_flag("--csv", a.features.csv, "As comma-separated values");
+  features->add_flag("--histogram", a.features.histogram, "How many objects there are of each size, instead");
+
   CLI::App* phantom = add("phantom", "Writes a made-up scan of a part with pores and inclusions, and its truth",
                           [&a] { phantomCommand(a.session, a.file); });
   phantom->add_option("file", a.file, "Volume file to write; the truth goes to the same name with .json")->required();
 
   CLI::App* demo = add("demo", "Runs a whole job and tells what it does", [&a] { demoCommand(a.session, a.demo); });
-  demo->add_option("file", a.demo.input, "Volume file; a made-up scan if absent");
+  demo->add_option("file,--input", a.demo.input, "Volume file; a made-up scan if absent");
   demo->add_option("-o,--output", a.demo.folder, "Folder for the results")->capture_default_str();
 }
 

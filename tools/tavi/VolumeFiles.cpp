@@ -10,7 +10,9 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <memory>
 #include <optional>
 
 namespace NORV::TaviTool {
@@ -155,6 +157,18 @@ void saveVolume(Session& session, const SmartPointer<IVolume>& volume, const std
   parameter->setValue(firstVolumeKey(keysOf(parameter), {"input"}), SmartPointer<IComposite>(volume));
   session.run(writer, parameter, "save " + file, target.name() != file ? file : std::string());
   target.complete();
+  session.hasWritten(file);
+}
+
+void writeText(Session& session, const std::string& text, const std::string& file) {
+  const auto close = [](std::FILE* stream) { std::fclose(stream); };
+  const std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(file.c_str(), "wbe"), close);
+  if (stream == nullptr) {
+    throw Failure(file + ": cannot be written", std::strerror(errno));
+  }
+  if (std::fwrite(text.data(), 1, text.size(), stream.get()) != text.size() || std::fflush(stream.get()) != 0) {
+    throw Failure(file + ": could not be written completely", std::strerror(errno));
+  }
   session.hasWritten(file);
 }
 

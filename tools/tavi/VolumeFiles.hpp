@@ -31,4 +31,7 @@ SmartPointer<IVolume> loadVolume(Session& session, const std::string& file);
 /// costs no file that was there before. Targets that are no regular files are written directly.
 void saveVolume(Session& session, const SmartPointer<IVolume>& volume, const std::string& file);
 
+/// Writes what is no volume.
+void writeText(Session& session, const std::string& text, const std::string& file);
+
 }  // namespace NORV::TaviTool

@@ -1,4 +1,5 @@
 #include <Catalogue.hpp>
+#include <Tavi/Data.hpp>
 #include <Voxels.hpp>
 
 #include <algorithm>
@@ -23,6 +24,22 @@ SmartPointer<IVolume> makeVolume(const std::string& voxelType, const Dimension<S
     throw UsageError("\"" + voxelType + "\" is no voxel type; there are " + join(allVoxelTypes()));
   }
   return volume;
+}
+
+SmartPointer<IComposite> greyValue(const SmartPointer<IVolume>& volume, double value) {
+  SmartPointer<IComposite> data;
+  withVoxels(volume, [&](const auto& view) {
+    using T = std::remove_pointer_t<decltype(view.data)>;
+    data = SmartPointer<IComposite>(new Tavi::Persistence::Data<T>(static_cast<T>(value)));
+  });
+  return data;
+}
+
+void clear(const SmartPointer<IVolume>& volume) {
+  withVoxels(volume, [](const auto& view) {
+    using T = std::remove_pointer_t<decltype(view.data)>;
+    std::fill_n(view.data, view.size(), T(0));
+  });
 }
 
 SizeType voxelBytes(const IVolume& volume) {

@@ -14,6 +14,9 @@ namespace NORV::TaviTool {
 /// Throws UsageError for a name that is no voxel type.
 SmartPointer<IVolume> makeVolume(const std::string& voxelType, const Dimension<SizeType>& dimension);
 
+/// The number as a `Data` of the voxel type of the volume; it must fit.
+SmartPointer<IComposite> greyValue(const SmartPointer<IVolume>& volume, double value);
+
 /// Calls `body(Tavi::View<T>)` with the view of the volume.
 template <class Body>
 void withVoxels(const SmartPointer<IVolume>& volume, Body&& body) {
@@ -29,6 +32,9 @@ void withVoxels(const SmartPointer<IVolume>& volume, Body&& body) {
     throw Failure("a volume of the class " + volume->getType() + " cannot be looked into");
   }
 }
+
+/// Sets all voxels of a volume that lies dense in memory to 0.
+void clear(const SmartPointer<IVolume>& volume);
 
 /// Bytes of one voxel.
 SizeType voxelBytes(const IVolume& volume);
