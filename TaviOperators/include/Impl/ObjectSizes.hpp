@@ -1,15 +1,15 @@
 #pragma once
 
+#include <Impl/LabelBlocks.hpp>
 #include <Tavi/Types.hpp>
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <memory>
 #include <new>
 
 namespace NORV::TaviOperators::Impl {
-
-using Tavi::SizeType;
 
 /// Which sizes of objects are removed: those below a limit, or those from it on.
 struct SizeRule {
@@ -24,7 +24,7 @@ class ObjectSizes {
 public:
   ObjectSizes() = default;
   explicit ObjectSizes(SizeType labels)
-      : _sizes(static_cast<uint64*>(std::calloc(labels, sizeof(uint64)))),
+      : _sizes(static_cast<uint64*>(std::calloc(labels + 1, sizeof(uint64)))),
         _count(labels) {
     if (_sizes == nullptr) {
       throw std::bad_alloc();
@@ -32,8 +32,17 @@ public:
   }
 
   SizeType size() const { return _count; }
+  /// Leaves out the labels from a number on, none of which has a voxel.
+  void shrink(SizeType labels) { _count = std::min(_count, labels); }
+
   uint64& operator[](SizeType label) { return _sizes[label]; }
-  uint64 operator[](SizeType label) const { return _sizes[label]; }
+  /// 0 for a label beyond the largest.
+  uint64 of(SizeType label) const { return _sizes[std::min(label, _count)]; }
+  void add(SizeType label, uint64 voxels) {
+    if (label < _count) {
+      _sizes[label] += voxels;
+    }
+  }
 
   uint64 largest() const { return *std::max_element(_sizes.get(), _sizes.get() + _count); }
   uint64 countRemoved(SizeRule rule) const {
@@ -45,7 +54,7 @@ private:
   struct Free {
     void operator()(uint64* sizes) const { std::free(sizes); }
   };
-  std::unique_ptr<uint64[], Free> _sizes;
+  std::unique_ptr<uint64[], Free> _sizes;  // and a 0 behind them
   SizeType _count = 0;
 };
 
@@ -64,19 +73,28 @@ L largestLabel(const L* label, int64 stride, SizeType count) {
   return largest;
 }
 
-/// Counts by runs: neighbours mostly have the same label, and each count would wait for the one before.
+/// Counts stretches at once: neighbours mostly have the same label, and each count would wait for the one before.
 template <class L>
-void countLabels(const L* label, int64 stride, SizeType count, ObjectSizes& sizes) {
-  for (SizeType begin = 0; begin < count;) {
-    const L current = *label;
-    SizeType end = begin;
-    do {
-      ++end;
-      label += stride;
-    } while (end < count && *label == current);
-    sizes[current] += end - begin;
-    begin = end;
+void countLabels(const L* labels, int64 stride, SizeType count, ObjectSizes& sizes) {
+  const auto one = [&](SizeType place) { sizes.add(labels[static_cast<int64>(place) * stride], 1); };
+  const auto rest = [&](SizeType begin) {
+    for (SizeType i = begin; i < count; ++i) {
+      one(i);
+    }
+  };
+  if (stride != 1) {
+    rest(0);
+    return;
   }
+  forEachLabelBlock(
+      labels, count, [&](L label, SizeType begin, SizeType end) { sizes.add(label, end - begin); },
+      [&](SizeType begin, uint32 others) {
+        sizes.add(labels[begin], labelBlock - static_cast<SizeType>(std::popcount(others)));
+        for (; others != 0; others &= others - 1) {
+          one(begin + static_cast<SizeType>(std::countr_zero(others)));
+        }
+      },
+      rest);
 }
 
 }  // namespace NORV::TaviOperators::Impl
