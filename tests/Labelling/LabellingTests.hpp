@@ -573,13 +573,17 @@ public:
     Frame frame;
     bool seen = false;
     const auto parameter = request(input, nullptr, uint8{0});
-    for (int attempt = 0; attempt < 50 && !seen; ++attempt) {
-      std::atomic<bool> ended{false};
+    for (int attempt = 0; attempt < 1000 && !seen; ++attempt) {
+      std::atomic<bool> begun{false}, ended{false};
       std::thread other([&] {
         while (!ended) {
           frame.abort();
+          begun = true;
         }
       });
+      while (!begun) {
+        std::this_thread::yield();
+      }
       frame.apply(parameter);
       ended = true;
       other.join();

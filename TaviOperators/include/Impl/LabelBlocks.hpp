@@ -2,6 +2,8 @@
 
 #include <Tavi/Types.hpp>
 
+#include <algorithm>
+
 #ifdef TAVI_USE_HIGHWAY
 #include <hwy/highway.h>
 #endif
@@ -12,6 +14,23 @@ namespace NORV::TaviOperators::Impl {
 using Tavi::SizeType;
 
 inline constexpr SizeType labelBlock = 32;
+
+/// Whether all labels of a block are `label`.
+template <class L>
+bool isBlockOf(const L* labels, L label) {
+#ifdef TAVI_USE_HIGHWAY
+  namespace hn = hwy::HWY_NAMESPACE;
+  const hn::CappedTag<L, labelBlock> tag;
+  const auto wanted = hn::Set(tag, label);
+  auto different = hn::Zero(tag);
+  for (SizeType i = 0; i < labelBlock; i += hn::Lanes(tag)) {
+    different = hn::Or(different, hn::Xor(hn::LoadU(tag, labels + i), wanted));
+  }
+  return hn::AllTrue(tag, hn::Eq(different, hn::Zero(tag)));
+#else
+  return std::all_of(labels, labels + labelBlock, [label](L other) { return other == label; });
+#endif
+}
 
 /// The places of a block with another label than `label`, one bit each.
 template <class L>
@@ -45,16 +64,14 @@ void forEachLabelBlock(const L* labels, SizeType count, const Stretch& stretch, 
   while (count - begin >= labelBlock) {
     const L label = labels[begin];
     SizeType end = begin;
-    uint32 others = 0;
-    do {
-      others = otherLabels(labels + end, label);
-      end += others == 0 ? labelBlock : 0;
-    } while (others == 0 && count - end >= labelBlock);
+    while (count - end >= labelBlock && isBlockOf(labels + end, label)) {
+      end += labelBlock;
+    }
     if (end != begin) {
       stretch(label, begin, end);
       begin = end;
     } else {
-      mixed(begin, others);
+      mixed(begin, otherLabels(labels + begin, label));
       begin += labelBlock;
     }
   }

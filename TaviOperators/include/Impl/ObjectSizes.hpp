@@ -18,6 +18,14 @@ struct SizeRule {
   bool removes(uint64 size) const { return (size < limit) == isBelow; }
 };
 
+/// Sizes to be looked up, and a 0 behind them.
+struct SizeTable {
+  const uint64* sizes;
+  SizeType count;
+  /// 0 for a label beyond the largest.
+  uint64 of(SizeType label) const { return sizes[std::min(label, count)]; }
+};
+
 /// The size of each object by its label. Memory that no label touches is only set aside, so one large label among
 /// small ones takes little.
 class ObjectSizes {
@@ -36,8 +44,8 @@ public:
   void shrink(SizeType labels) { _count = std::min(_count, labels); }
 
   uint64& operator[](SizeType label) { return _sizes[label]; }
-  /// 0 for a label beyond the largest.
-  uint64 of(SizeType label) const { return _sizes[std::min(label, _count)]; }
+  uint64 of(SizeType label) const { return table().of(label); }
+  SizeTable table() const { return {_sizes.get(), _count}; }
   void add(SizeType label, uint64 voxels) {
     if (label < _count) {
       _sizes[label] += voxels;
@@ -74,27 +82,33 @@ L largestLabel(const L* label, int64 stride, SizeType count) {
 }
 
 /// Counts stretches at once: neighbours mostly have the same label, and each count would wait for the one before.
+/// Returns the largest label; one beyond the table is not counted.
 template <class L>
-void countLabels(const L* labels, int64 stride, SizeType count, ObjectSizes& sizes) {
-  const auto one = [&](SizeType place) { sizes.add(labels[static_cast<int64>(place) * stride], 1); };
+L countLabels(const L* labels, int64 stride, SizeType count, ObjectSizes& sizes) {
+  L largest = 0;
+  const auto add = [&](L label, SizeType voxels) {
+    largest = std::max(largest, label);
+    sizes.add(label, voxels);
+  };
   const auto rest = [&](SizeType begin) {
     for (SizeType i = begin; i < count; ++i) {
-      one(i);
+      add(labels[static_cast<int64>(i) * stride], 1);
     }
   };
   if (stride != 1) {
     rest(0);
-    return;
+    return largest;
   }
   forEachLabelBlock(
-      labels, count, [&](L label, SizeType begin, SizeType end) { sizes.add(label, end - begin); },
+      labels, count, [&](L label, SizeType begin, SizeType end) { add(label, end - begin); },
       [&](SizeType begin, uint32 others) {
-        sizes.add(labels[begin], labelBlock - static_cast<SizeType>(std::popcount(others)));
+        add(labels[begin], labelBlock - static_cast<SizeType>(std::popcount(others)));
         for (; others != 0; others &= others - 1) {
-          one(begin + static_cast<SizeType>(std::countr_zero(others)));
+          add(labels[begin + static_cast<SizeType>(std::countr_zero(others))], 1);
         }
       },
       rest);
+  return largest;
 }
 
 }  // namespace NORV::TaviOperators::Impl

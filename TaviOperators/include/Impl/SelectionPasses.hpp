@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <type_traits>
 
 /// The three passes of a selection of objects.
 namespace NORV::TaviOperators::Impl {
@@ -32,7 +33,7 @@ private:
 };
 
 /// The passes that find the largest label and how often each occurs. Labels are mostly no more than voxels; as long as
-/// that holds the second pass goes over each slice right after the first, while the slice is in the cache.
+/// that holds one way through the volume does both.
 template <class L>
 class ObjectMeasurement {
 public:
@@ -42,28 +43,28 @@ public:
   [[gnu::noinline]] ObjectSizes run() {
     constexpr SizeType most = SizeType{1} << 24;
     ObjectSizes sizes(std::min({_labels.size() + 1, most, SizeType{std::numeric_limits<L>::max()} + 1}));
-    SizeType counted = 0, largest = 0;
-    for (SizeType tert = 0; tert < _labels.dimTert; ++tert) {
-      if (!_steps.begin()) {
+    SizeType largest = 0, tert = 0;
+    for (; tert < _labels.dimTert && largest < sizes.size(); ++tert) {
+      if (!_steps.begin() || !_steps.begin()) {
         return {};
       }
-      largest = std::max<SizeType>(largest, largestIn(tert));
-      if (counted == tert && largest < sizes.size()) {
-        if (!_steps.begin()) {
-          return {};
-        }
-        count(tert, sizes);
-        ++counted;
-      }
+      largest = std::max<SizeType>(largest, count(tert, sizes));
     }
     if (largest < sizes.size()) {
       sizes.shrink(largest + 1);
       return sizes;
     }
+    const SizeType begun = tert;
+    for (; tert < _labels.dimTert; ++tert) {
+      if (!_steps.begin()) {
+        return {};
+      }
+      largest = std::max<SizeType>(largest, largestIn(tert));
+    }
     sizes = {};  // frees it before the next one is asked for
     sizes = ObjectSizes(largest + 1);
-    for (SizeType tert = 0; tert < _labels.dimTert; ++tert) {
-      if (!(tert < counted ? _steps.mayGoOn() : _steps.begin())) {
+    for (tert = 0; tert < _labels.dimTert; ++tert) {
+      if (!(tert < begun ? _steps.mayGoOn() : _steps.begin())) {
         return {};
       }
       count(tert, sizes);
@@ -79,10 +80,12 @@ private:
     }
     return largest;
   }
-  void count(SizeType tert, ObjectSizes& sizes) const {
+  L count(SizeType tert, ObjectSizes& sizes) const {
+    L largest = 0;
     for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
-      countLabels(_labels.row(sec, tert), _labels.stridePrim, _labels.dimPrim, sizes);
+      largest = std::max(largest, countLabels(_labels.row(sec, tert), _labels.stridePrim, _labels.dimPrim, sizes));
     }
+    return largest;
   }
 
   SelectionSteps& _steps;
@@ -93,6 +96,8 @@ private:
 /// voxel after voxel, and what it overwrites is read as it is then.
 template <class T, class L>
 class SelectedCopy {
+  using Dense = std::integral_constant<int64, 1>;
+
 public:
   SelectedCopy(const ObjectSizes& sizes, SizeRule rule, const View<const L>& labels, const View<const T>& input,
                const View<T>& output, T substitution)
@@ -123,19 +128,9 @@ private:
   void copyRow(const L* labels, const T* from, T* to) const {
     const SizeType count = _output.dimPrim;
     if (!_inBlocks) {
-      for (SizeType i = 0; i < count; ++i) {
-        *to = voxelFor(*labels, *from);
-        labels += _labels.stridePrim;
-        from += _input.stridePrim;
-        to += _output.stridePrim;
-      }
+      copyEach(labels, _labels.stridePrim, from, _input.stridePrim, to, _output.stridePrim, count);
       return;
     }
-    const auto copyEach = [&](SizeType begin, SizeType end) {
-      for (SizeType i = begin; i < end; ++i) {
-        to[i] = voxelFor(labels[i], from[i]);
-      }
-    };
     forEachLabelBlock(
         labels, count,
         [&](L label, SizeType begin, SizeType end) {
@@ -145,13 +140,26 @@ private:
             std::copy(from + begin, from + end, to + begin);
           }
         },
-        [&](SizeType begin, uint32) { copyEach(begin, begin + labelBlock); },
-        [&](SizeType begin) { copyEach(begin, count); });
+        [&](SizeType begin, uint32) { copyEach(labels + begin, from + begin, to + begin, labelBlock); },
+        [&](SizeType begin) { copyEach(labels + begin, from + begin, to + begin, count - begin); });
+  }
+  void copyEach(const L* labels, const T* from, T* to, SizeType count) const {
+    copyEach(labels, Dense(), from, Dense(), to, Dense(), count);
   }
   /// Without a branch: in small objects none would be foreseen.
-  T voxelFor(L label, T voxel) const {
-    const T kept = static_cast<T>(static_cast<T>(_rule.removes(_sizes.of(label))) - T(1));
-    return static_cast<T>((voxel & kept) | (_substitution & ~kept));
+  template <class Stride>
+  void copyEach(const L* labels, Stride labelStride, const T* from, Stride fromStride, T* to, Stride toStride,
+                SizeType count) const {
+    const SizeTable sizes = _sizes.table();
+    const SizeRule rule = _rule;
+    const T substitution = _substitution;
+    for (SizeType i = 0; i < count; ++i) {
+      const T kept = static_cast<T>(static_cast<T>(rule.removes(sizes.of(*labels))) - T(1));
+      *to = static_cast<T>((*from & kept) | (substitution & ~kept));
+      labels += labelStride;
+      from += fromStride;
+      to += toStride;
+    }
   }
 
   const ObjectSizes& _sizes;
