@@ -39,6 +39,8 @@ TEST(BigObjectsRemoverInstances, EveryPairIsRegistered) { Tests::everyPairIsRegi
 TEST(BigObjectsRemover, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
 TEST(BigObjectsRemover, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(BigObjectsRemover, InPlace) { Tests::inPlace(); }
+TEST(BigObjectsRemover, AnOutputThatOverwritesLabelsAhead) { Tests::anOutputThatOverwritesLabelsAhead(); }
+TEST(BigObjectsRemover, AnOutputThatOverwritesTheInputAhead) { Tests::anOutputThatOverwritesTheInputAhead(); }
 TEST(BigObjectsRemover, AnOutputOfAnotherSizeIsResizedAndReused) { Tests::anOutputOfAnotherSizeIsResizedAndReused(); }
 TEST(BigObjectsRemover, AProtectedLabelBeyondTheLargestHasNoEffect) {
   Tests::aProtectedLabelBeyondTheLargestHasNoEffect();

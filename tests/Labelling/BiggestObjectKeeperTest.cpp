@@ -44,6 +44,8 @@ TEST(BiggestObjectKeeperInstances, EveryPairIsRegistered) { Tests::everyPairIsRe
 TEST(BiggestObjectKeeper, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
 TEST(BiggestObjectKeeper, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(BiggestObjectKeeper, InPlace) { Tests::inPlace(); }
+TEST(BiggestObjectKeeper, AnOutputThatOverwritesLabelsAhead) { Tests::anOutputThatOverwritesLabelsAhead(); }
+TEST(BiggestObjectKeeper, AnOutputThatOverwritesTheInputAhead) { Tests::anOutputThatOverwritesTheInputAhead(); }
 TEST(BiggestObjectKeeper, AnOutputOfAnotherSizeIsResizedAndReused) { Tests::anOutputOfAnotherSizeIsResizedAndReused(); }
 TEST(BiggestObjectKeeper, AProtectedLabelBeyondTheLargestHasNoEffect) {
   Tests::aProtectedLabelBeyondTheLargestHasNoEffect();

@@ -44,6 +44,8 @@ TEST(BiggestObjectRemoverInstances, EveryPairIsRegistered) { Tests::everyPairIsR
 TEST(BiggestObjectRemover, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
 TEST(BiggestObjectRemover, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(BiggestObjectRemover, InPlace) { Tests::inPlace(); }
+TEST(BiggestObjectRemover, AnOutputThatOverwritesLabelsAhead) { Tests::anOutputThatOverwritesLabelsAhead(); }
+TEST(BiggestObjectRemover, AnOutputThatOverwritesTheInputAhead) { Tests::anOutputThatOverwritesTheInputAhead(); }
 TEST(BiggestObjectRemover, AnOutputOfAnotherSizeIsResizedAndReused) {
   Tests::anOutputOfAnotherSizeIsResizedAndReused();
 }

@@ -382,7 +382,7 @@ public:
     }
   }
 
-  /// A table that has not grown is there for the next run, one that has is made anew.
+  /// A table that has not grown is there for the next run, one that has is made anew. Never are there two.
   static void theTableStaysWithTheOperator() {
     SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
     const TestVolume<uint8> input({6, 5, 4});
@@ -572,13 +572,17 @@ public:
     Frame frame;
     bool seen = false;
     const auto parameter = request(input, nullptr, uint8{0});
-    for (int attempt = 0; attempt < 50 && !seen; ++attempt) {
-      std::atomic<bool> ended{false};
+    for (int attempt = 0; attempt < 1000 && !seen; ++attempt) {
+      std::atomic<bool> begun{false}, ended{false};
       std::thread other([&] {
         while (!ended) {
           frame.abort();
+          begun = true;
         }
       });
+      while (!begun) {
+        std::this_thread::yield();
+      }
       frame.apply(parameter);
       ended = true;
       other.join();

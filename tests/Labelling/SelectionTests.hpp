@@ -13,6 +13,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <cstring>
 #include <map>
 #include <new>
 #include <optional>
@@ -237,6 +239,78 @@ public:
     }
   }
 
+  /// Labels that the copy itself wrote are taken as they come, and have no voxels where they are beyond the largest.
+  template <class T, class L>
+  static void expectOverlapAsStated(SizeType labelsFrom, SizeType outputFrom) {
+    constexpr SizeType count = 150;
+    std::vector<uint64> memory(256, 0);
+    std::byte* const bytes = reinterpret_cast<std::byte*>(memory.data());
+    L* const labels = reinterpret_cast<L*>(bytes + labelsFrom);
+    for (SizeType i = 0; i < count; ++i) {
+      labels[i] = static_cast<L>(i % 40 < 25 ? i / 40 : i % 7);
+    }
+    const TestVolume<T> input({count, 1, 1});
+    input.fill(mixedValues<T>(count, 6));
+    std::vector<uint64> counts(7, 0);
+    std::for_each(labels, labels + count, [&](L label) { ++counts[label]; });
+    std::vector<bool> isRemoved = Case::stated(counts, {}, 20);
+    const auto removed = static_cast<uint64>(std::count(isRemoved.begin(), isRemoved.end(), true));
+    counts.push_back(0);
+    isRemoved = Case::stated(counts, {}, 20);
+
+    const T substitution = static_cast<T>(4000000007u);
+    std::vector<uint64> expected = memory;
+    for (SizeType i = 0; i < count; ++i) {
+      L label = 0;
+      std::byte* const place = reinterpret_cast<std::byte*>(expected.data());
+      std::memcpy(&label, place + labelsFrom + i * sizeof(L), sizeof(L));
+      const T voxel = isRemoved[std::min<std::size_t>(label, 7)] ? substitution : input.at({i, 0, 0});
+      std::memcpy(place + outputFrom + i * sizeof(T), &voxel, sizeof(T));
+    }
+    const auto volume = [&]<class V>(V* data) {
+      return Ptr<V>(new Tavi::Volume<V>(Tavi::Dimension<SizeType>(count, 1, 1), data, [](V*) {}));
+    };
+    const auto parameter =
+        request<T, L>(input, volume(labels), volume(reinterpret_cast<T*>(bytes + outputFrom)), {}, 20, substitution);
+    Frame().apply(parameter);
+    EXPECT_EQ(memory, expected);
+    expectRemoved(parameter, removed);
+  }
+  static void anOutputThatOverwritesLabelsAhead() {
+    expectOverlapAsStated<uint32, uint32>(0, 4);
+    expectOverlapAsStated<uint32, uint32>(4, 0);
+    expectOverlapAsStated<uint32, uint32>(0, 280);
+    expectOverlapAsStated<uint32, uint32>(280, 0);
+    expectOverlapAsStated<uint16, uint16>(0, 2);
+    expectOverlapAsStated<uint8, uint8>(0, 1);
+    expectOverlapAsStated<uint8, uint8>(65, 0);
+    expectOverlapAsStated<uint32, uint8>(0, 0);
+    expectOverlapAsStated<uint8, uint32>(0, 149);
+  }
+
+  /// The same for an input that the output overwrites.
+  static void anOutputThatOverwritesTheInputAhead() {
+    constexpr SizeType count = 150;
+    const std::vector<uint8> labels(count, 1);
+    for (const SizeType inputFrom : {0u, 1u, 70u}) {
+      for (const SizeType outputFrom : {0u, 1u, 3u, 65u}) {
+        std::vector<uint8> memory = mixedValues<uint8>(300, 9), expected = memory;
+        const std::vector<bool> isRemoved = Case::stated({0, count}, {}, count);
+        for (SizeType i = 0; i < count; ++i) {
+          expected[outputFrom + i] = isRemoved[1] ? uint8{9} : expected[inputFrom + i];
+        }
+        const TestVolume<uint8> label({count, 1, 1});
+        label.fill(labels);
+        const auto volume = [&](SizeType from) {
+          return Ptr<uint8>(
+              new Tavi::Volume<uint8>(Tavi::Dimension<SizeType>(count, 1, 1), memory.data() + from, [](uint8*) {}));
+        };
+        Frame().apply(request<uint8, uint8>(volume(inputFrom), label, volume(outputFrom), {}, count, 9));
+        EXPECT_EQ(memory, expected);
+      }
+    }
+  }
+
   static void anOutputOfAnotherSizeIsResizedAndReused() {
     const TestVolume<uint8> output({2, 9, 4}, regionLayout);
     const auto parameter = completeRequest();
@@ -399,14 +473,18 @@ public:
     std::fill_n(volume->getData(), volume->getSize(), uint8{1});
     Frame frame;
     bool seen = false;
-    for (int attempt = 0; attempt < 50 && !seen; ++attempt) {
+    for (int attempt = 0; attempt < 1000 && !seen; ++attempt) {
       const auto parameter = request<uint8, uint8>(volume, volume, nullptr, {}, 9, 5);
-      std::atomic<bool> ended{false};
+      std::atomic<bool> begun{false}, ended{false};
       std::thread other([&] {
         while (!ended) {
           frame.abort();
+          begun = true;
         }
       });
+      while (!begun) {
+        std::this_thread::yield();
+      }
       frame.apply(parameter);
       ended = true;
       other.join();

@@ -40,6 +40,8 @@ TEST(SmallObjectsRemoverInstances, EveryPairIsRegistered) { Tests::everyPairIsRe
 TEST(SmallObjectsRemover, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
 TEST(SmallObjectsRemover, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(SmallObjectsRemover, InPlace) { Tests::inPlace(); }
+TEST(SmallObjectsRemover, AnOutputThatOverwritesLabelsAhead) { Tests::anOutputThatOverwritesLabelsAhead(); }
+TEST(SmallObjectsRemover, AnOutputThatOverwritesTheInputAhead) { Tests::anOutputThatOverwritesTheInputAhead(); }
 TEST(SmallObjectsRemover, AnOutputOfAnotherSizeIsResizedAndReused) { Tests::anOutputOfAnotherSizeIsResizedAndReused(); }
 TEST(SmallObjectsRemover, AProtectedLabelBeyondTheLargestHasNoEffect) {
   Tests::aProtectedLabelBeyondTheLargestHasNoEffect();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Impl/Dispatch.hpp>
+#include <Impl/Overlap.hpp>
 #include <Impl/RowLabels.hpp>
 #include <Impl/VoxelLabels.hpp>
 #include <Operator.hpp>
@@ -17,7 +18,8 @@
 /// A new label is needed for each voxel whose visited neighbours are all background, before it is known which of them
 /// meet further on: these raw labels must fit the output's voxel type, else NumericalOverflow is thrown and the output
 /// keeps them. The table of raw labels stays with the operator for the next run. Further memory: two bits per voxel of
-/// a slice, less than two bytes in narrow volumes. One thread; two steps of progress per slice.
+/// a slice, up to two bytes in narrow volumes, and a bit for each 64 voxels of a row, or less. One thread; two steps of
+/// progress per slice.
 namespace NORV::TaviOperators::Impl {
 
 /// Both operators report under one name.
@@ -41,7 +43,7 @@ public:
     this->append("inputBackgroundValue", inputBackgroundValue,
                  {Takes::likeInput, required, "voxels of this grey value belong to no object"});
     this->append("inputExpectedNumberOfLabels", inputExpectedNumberOfLabels,
-                 {Takes::count, optional, "size at which the table of labels begins, and by which it grows"});
+                 {Takes::count, optional, "size at which the table of labels begins; it grows by multiples of it"});
     this->append(
         "outputVolume", outputVolume,
         {Takes::volume, optional, "labels, of an unsigned voxel type; made of the input's voxel type if absent"});
@@ -79,17 +81,6 @@ private:
   bool (*_isVoxel)(const Foreground&, SizeType, SizeType, SizeType);
 };
 
-/// How the memory of the input and that of the labels lie to each other.
-enum class Memory { apart, same, shared };
-
-template <class A, class B>
-Memory memoryOf(const View<const A>& input, const View<B>& output) {
-  const bool isSame = sizeof(A) == sizeof(B) && static_cast<const void*>(input.data) == output.data &&
-                      input.stridePrim == output.stridePrim && input.strideSec == output.strideSec &&
-                      input.strideTert == output.strideTert;
-  return !mayOverlap(input, output) ? Memory::apart : isSame ? Memory::same : Memory::shared;
-}
-
 /// One run over views that are set up. Each slice of each pass is a step: the abort is looked for before it.
 template <Neighbours set, class L>
 class ConnectedComponentsRun {
@@ -106,19 +97,7 @@ public:
     // Bits of narrow rows would take more memory than they are worth.
     constexpr SizeType narrow = 16;
     const bool hasBits = memory != Memory::shared && _labels.dimPrim >= narrow;
-    if (!(hasBits ? labelRows(foreground) : labelVoxels(foreground, 0, 0))) {
-      return 0;
-    }
-    const uint64 objects = _table.renumber();
-    for (SizeType tert = 0; tert < _labels.dimTert; ++tert) {
-      if (!beginStep(_labels.dimTert + tert)) {
-        return 0;
-      }
-      replaceSlice(tert);
-    }
-    _self.setTotal(1);
-    _self.setDone(1);
-    return objects + 1;
+    return hasBits ? runByRows(foreground) : runByVoxels(foreground, 0, 0);
   }
 
 private:
@@ -127,20 +106,47 @@ private:
     return !_self.isAborted();
   }
 
-  bool labelRows(const Foreground& foreground) {
+  uint64 runByRows(const Foreground& foreground) {
     RowLabels<set, L> rows(_labels, _table);
     for (SizeType tert = 0; tert < _labels.dimTert; ++tert) {
       if (!beginStep(tert)) {
-        return false;
+        return 0;
       }
+      // At once for the slice, as reading between the stores of labels would be slower.
       for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
         foreground.findRow(sec, tert, rows.bits(sec, tert));
+      }
+      for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
         if (!rows.labelRow(sec, tert)) {
-          return labelVoxels(foreground, sec, tert);
+          return runByVoxels(foreground, sec, tert);
         }
       }
     }
-    return true;
+    return replace([&](SizeType sec, SizeType tert) { rows.replaceRow(sec, tert); });
+  }
+
+  uint64 runByVoxels(const Foreground& foreground, SizeType sec, SizeType tert) {
+    return labelVoxels(foreground, sec, tert) ? replace([this](SizeType y, SizeType z) {
+      replaceLabels(_table, _labels.row(y, z), _labels.stridePrim, _labels.dimPrim);
+    })
+                                              : 0;
+  }
+
+  /// The second pass.
+  template <class ReplaceRow>
+  uint64 replace(const ReplaceRow& replaceRow) {
+    const uint64 objects = _table.renumber();
+    for (SizeType tert = 0; tert < _labels.dimTert; ++tert) {
+      if (!beginStep(_labels.dimTert + tert)) {
+        return 0;
+      }
+      for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
+        replaceRow(sec, tert);
+      }
+    }
+    _self.setTotal(1);
+    _self.setDone(1);
+    return objects + 1;
   }
 
   /// Voxel by voxel from the beginning. The rows before the place given hold labels already: there it is these that
@@ -162,16 +168,6 @@ private:
       }
     }
     return true;
-  }
-
-  void replaceSlice(SizeType tert) {
-    const L* const numbers = _table.entries();
-    for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
-      L* label = _labels.row(sec, tert);
-      for (SizeType prim = 0; prim < _labels.dimPrim; ++prim, label += _labels.stridePrim) {
-        *label = numbers[*label];
-      }
-    }
   }
 
   OperatorBase& _self;

@@ -60,24 +60,41 @@ void findForeground(const T* row, int64 stride, SizeType count, T background, ui
   }
 }
 
-/// The bits of the rows that a scan still needs: as many as a slice has, and two. Each row has a word of zeros before
-/// it and one behind it.
+/// The bits of two slices: the one that is scanned and the one before it. Each row has a word of zeros before it and
+/// one behind it.
 class BitRows {
 public:
   BitRows(SizeType dimPrim, SizeType dimSec, SizeType dimTert)
       : _words((dimPrim + 63) / 64),
-        _rows(dimTert > 1 ? dimSec + 2 : 2),
-        _bits((_words + 1) * (_rows + 1) + 1) {}
+        _rows(dimSec),
+        _bits((_words + 1) * (std::min<SizeType>(2, dimTert) * _rows + 1) + 1) {}
 
   SizeType words() const { return _words; }
-  /// Rows are counted through all slices.
-  uint64* row(SizeType index) { return _bits.data() + 1 + (index % _rows) * (_words + 1); }
+  uint64* row(SizeType sec, SizeType tert) { return at((tert % 2) * _rows + sec + 1); }
   /// A row outside the volume.
-  const uint64* none() const { return _bits.data() + 1 + _rows * (_words + 1); }
+  const uint64* none() { return at(0); }
 
 private:
+  uint64* at(SizeType row) { return _bits.data() + 1 + row * (_words + 1); }
+
   const SizeType _words;
   const SizeType _rows;
+  std::vector<uint64> _bits;
+};
+
+/// Which words of a volume have a bit set, one bit for each.
+class FilledWords {
+public:
+  explicit FilledWords(SizeType words) : _bits(words / 64 + 2) {}
+  void add(SizeType word) { _bits[word / 64] |= uint64{1} << word % 64; }
+  /// Those of `count` words, 64 at most, from `first` on.
+  uint64 piece(SizeType first, SizeType count) const {
+    const uint64* const bits = _bits.data() + first / 64;
+    const SizeType shift = first % 64;
+    return (bits[0] >> shift | bits[1] << 1 << (63 - shift)) & ~uint64{0} >> (64 - count);
+  }
+
+private:
   std::vector<uint64> _bits;
 };
 

@@ -40,12 +40,24 @@ struct Link {
   int8 shift;
 };
 
+/// Which of the links hold for a place, one bit each.
+template <std::size_t count>
+uint64 linksAt(const std::array<uint64, count>& at, SizeType place) {
+  uint64 found = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    found |= (at[i] >> place & 1) << i;
+  }
+  return found;
+}
+
 template <Neighbours set>
 struct LabelLinks;
 
 template <>
 struct LabelLinks<Neighbours::faces> {
   static constexpr std::array<Link, 2> links{{{NearRows::before, 0}, {NearRows::below, 0}}};
+  /// Those that a place behind the start of a run may have.
+  static constexpr std::array<SizeType, 2> insideRuns{0, 1};
 
   uint64 starts;  // of runs
   uint64 fresh;   // starts without a neighbour
@@ -59,6 +71,7 @@ struct LabelLinks<Neighbours::faces> {
     at[0] = row.mid & p.mid & ~(row.low & p.low);
     at[1] = row.mid & c.mid & ~(row.low & c.low) & ~(p.mid & q);
   }
+  uint64 found(SizeType place) const { return linksAt(at, place); }
 };
 
 template <>
@@ -75,6 +88,7 @@ struct LabelLinks<Neighbours::all> {
                                                {NearRows::belowBehind, 0},
                                                {NearRows::belowBehind, -1},
                                                {NearRows::belowBehind, 1}}};
+  static constexpr std::array<SizeType, 4> insideRuns{2, 5, 8, 11};
 
   uint64 starts;  // of runs
   uint64 fresh;   // starts without a neighbour
@@ -97,6 +111,7 @@ struct LabelLinks<Neighbours::all> {
     linkStarts(6, q, c | p);
     linkStarts(9, s, c);
   }
+  uint64 found(SizeType place) const { return linksAt(at, place); }
 
 private:
   /// `touching` are the neighbours of rows that touch this one, which are linked already.

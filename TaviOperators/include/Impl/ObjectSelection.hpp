@@ -2,6 +2,7 @@
 
 #include <Impl/Dispatch.hpp>
 #include <Impl/ObjectSizes.hpp>
+#include <Impl/SelectionPasses.hpp>
 #include <Impl/View.hpp>
 #include <Operator.hpp>
 
@@ -14,7 +15,8 @@
 /// object, 0 as any other, but for one that may be protected. Voxels are paired by their places in the views.
 ///
 /// Three passes over the volume: the largest label, the sizes, the copy. Extra memory: 8 bytes for each label up to the
-/// largest that occurs, whatever the number of objects. One thread; three steps of progress per slice.
+/// largest that occurs, whatever the number of objects; addresses are set aside for as many labels as voxels, 2^24 at
+/// most. One thread; three steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
 
 /// What the parameter objects of all selections share.
@@ -81,72 +83,6 @@ public:
   }
 };
 
-/// Tells the steps of a selection: each slice of each pass is one, and the abort is looked for before it.
-class SelectionSteps {
-public:
-  SelectionSteps(OperatorBase& self, SizeType slices) : _self(self) { _self.setTotal(3 * slices); }
-  bool begin() {
-    _self.setDone(_done++);
-    return !_self.isAborted();
-  }
-  void end() {
-    _self.setTotal(1);
-    _self.setDone(1);
-  }
-
-private:
-  OperatorBase& _self;
-  SizeType _done = 0;
-};
-
-/// The largest label and how often each occurs; an empty table after an abort.
-template <class L>
-[[gnu::noinline]] ObjectSizes measureObjects(SelectionSteps& steps, const View<const L>& labels) {
-  L largest = 0;
-  for (SizeType tert = 0; tert < labels.dimTert; ++tert) {
-    if (!steps.begin()) {
-      return {};
-    }
-    for (SizeType sec = 0; sec < labels.dimSec; ++sec) {
-      largest = std::max(largest, largestLabel(labels.row(sec, tert), labels.stridePrim, labels.dimPrim));
-    }
-  }
-  ObjectSizes sizes(SizeType{largest} + 1);
-  for (SizeType tert = 0; tert < labels.dimTert; ++tert) {
-    if (!steps.begin()) {
-      return {};
-    }
-    for (SizeType sec = 0; sec < labels.dimSec; ++sec) {
-      countLabels(labels.row(sec, tert), labels.stridePrim, labels.dimPrim, sizes);
-    }
-  }
-  return sizes;
-}
-
-/// Whether the copy was finished.
-template <class T, class L>
-[[gnu::noinline]] bool copySelected(SelectionSteps& steps, const ObjectSizes& sizes, SizeRule rule,
-                                    const View<const L>& labels, const View<const T>& input, const View<T>& output,
-                                    T substitution) {
-  for (SizeType tert = 0; tert < output.dimTert; ++tert) {
-    if (!steps.begin()) {
-      return false;
-    }
-    for (SizeType sec = 0; sec < output.dimSec; ++sec) {
-      const L* label = labels.row(sec, tert);
-      const T* from = input.row(sec, tert);
-      T* to = output.row(sec, tert);
-      for (SizeType prim = 0; prim < output.dimPrim; ++prim) {
-        *to = rule.removes(sizes[*label]) ? substitution : *from;
-        label += labels.stridePrim;
-        from += input.stridePrim;
-        to += output.stridePrim;
-      }
-    }
-  }
-  return true;
-}
-
 /// `Traits` gives the names and `rule(sizes, protectedLabel, threshold)`, which may change the size of the protected
 /// label; it is null if there is none.
 template <class Derived, class Parameter, class Traits, class InputPtr, class LabelPtr, class OutputPtr>
@@ -184,13 +120,14 @@ public:
 
     const auto labelView = viewOf(std::as_const(*labels));
     SelectionSteps steps(*this, labelView.dimTert);
-    ObjectSizes sizes = measureObjects(steps, labelView);
+    ObjectSizes sizes = ObjectMeasurement<L>(steps, labelView).run();
     if (sizes.size() == 0) {
       return;
     }
     const SizeRule rule =
         Traits::rule(sizes, isProtecting && background < sizes.size() ? &sizes[background] : nullptr, threshold);
-    if (!copySelected(steps, sizes, rule, labelView, viewOf(std::as_const(*input)), viewOf(*output), substitution)) {
+    const SelectedCopy<T, L> copy(sizes, rule, labelView, viewOf(std::as_const(*input)), viewOf(*output), substitution);
+    if (!copy.run(steps)) {
       return;
     }
     if constexpr (hasThreshold) {

@@ -3,8 +3,10 @@
 #include <Impl/ForegroundBits.hpp>
 #include <Impl/LabelLinks.hpp>
 #include <Impl/LabelTable.hpp>
+#include <Impl/ReplacedLabels.hpp>
 #include <Impl/View.hpp>
 
+#include <algorithm>
 #include <bit>
 #include <type_traits>
 
@@ -17,56 +19,67 @@ void forEachBit(uint64 word, const Act& act) {
   }
 }
 
-inline constexpr int64 oneVoxel(SizeType place, std::integral_constant<int64, 1>) { return static_cast<int64>(place); }
-inline constexpr int64 oneVoxel(SizeType place, int64 stride) { return static_cast<int64>(place) * stride; }
-
 /// Raw labels row by row from bits: as many as a scan voxel by voxel makes, and in the same order.
 template <Neighbours set, class L>
 class RowLabels {
   using Links = LabelLinks<set>;
   using Bits = NearRows::Each<const uint64*>;
+  using Dense = std::integral_constant<int64, 1>;
 
 public:
   RowLabels(const View<L>& labels, LabelTable<L>& table)
       : _labels(labels),
         _table(table),
-        _bits(labels.dimPrim, labels.dimSec, labels.dimTert) {}
+        _bits(labels.dimPrim, labels.dimSec, labels.dimTert),
+        _filled(_bits.words() * labels.dimSec * labels.dimTert) {}
 
   /// The bits of a row, which are to be set before it is labelled.
-  uint64* bits(SizeType sec, SizeType tert) { return _bits.row(tert * _labels.dimSec + sec); }
+  uint64* bits(SizeType sec, SizeType tert) { return _bits.row(sec, tert); }
 
   /// Whether the type has labels enough for the row. Without, nothing is done.
   [[gnu::noinline]] bool labelRow(SizeType sec, SizeType tert) {
     const Bits rows = rowsAround(sec, tert);
-    SizeType created = 0;
-    for (SizeType word = 0; word < _bits.words(); ++word) {
-      if (rows[NearRows::same][word] != 0) {
-        created += static_cast<SizeType>(std::popcount(Links(rows, word).fresh));
-      }
-    }
-    if (created > _table.room()) {
+    if (_labels.dimPrim / 2 >= _table.room() && countFresh(rows) > _table.room()) {
       return false;
     }
     if (_labels.hasDenseRows()) {
-      writeRow(rows, sec, tert, std::integral_constant<int64, 1>());
+      writeRow(rows, sec, tert, Dense());
     } else {
       writeRow(rows, sec, tert, _labels.stridePrim);
     }
     return true;
   }
+  /// Replaces the labels of a row by what the table holds for them.
+  [[gnu::noinline]] void replaceRow(SizeType sec, SizeType tert) const {
+    if (_labels.hasDenseRows()) {
+      replaceRow(sec, tert, Dense());
+    } else {
+      replaceRow(sec, tert, _labels.stridePrim);
+    }
+  }
 
 private:
+  SizeType firstWord(SizeType sec, SizeType tert) const { return (tert * _labels.dimSec + sec) * _bits.words(); }
+
   Bits rowsAround(SizeType sec, SizeType tert) {
-    const SizeType index = tert * _labels.dimSec + sec;
-    const auto rowIf = [this](bool exists, SizeType at) { return exists ? _bits.row(at) : _bits.none(); };
-    const SizeType below = index - _labels.dimSec;
+    const auto rowIf = [this](bool exists, SizeType y, SizeType z) { return exists ? _bits.row(y, z) : _bits.none(); };
     Bits rows{};
-    rows[NearRows::same] = _bits.row(index);
-    rows[NearRows::before] = rowIf(sec > 0, index - 1);
-    rows[NearRows::below] = rowIf(tert > 0, below);
-    rows[NearRows::belowBefore] = rowIf(tert > 0 && sec > 0, below - 1);
-    rows[NearRows::belowBehind] = rowIf(tert > 0 && sec + 1 < _labels.dimSec, below + 1);
+    rows[NearRows::same] = _bits.row(sec, tert);
+    rows[NearRows::before] = rowIf(sec > 0, sec - 1, tert);
+    rows[NearRows::below] = rowIf(tert > 0, sec, tert - 1);
+    rows[NearRows::belowBefore] = rowIf(tert > 0 && sec > 0, sec - 1, tert - 1);
+    rows[NearRows::belowBehind] = rowIf(tert > 0 && sec + 1 < _labels.dimSec, sec + 1, tert - 1);
     return rows;
+  }
+
+  SizeType countFresh(const Bits& rows) const {
+    SizeType fresh = 0;
+    for (SizeType word = 0; word < _bits.words(); ++word) {
+      if (rows[NearRows::same][word] != 0) {
+        fresh += static_cast<SizeType>(std::popcount(Links(rows, word).fresh));
+      }
+    }
+    return fresh;
   }
 
   template <class Stride>
@@ -78,39 +91,73 @@ private:
     // Rows that do not exist have no bits, so their labels are never read.
     const int64 before = -_labels.strideSec, below = -_labels.strideTert;
     const NearRows::Each<int64> offsets{0, before, below, below + before, below - before};
+    const SizeType index = firstWord(sec, tert);
     for (SizeType word = 0; word < _bits.words(); ++word) {
       const uint64 foreground = rows[NearRows::same][word];
       if (foreground != 0) {
         writeWord(foreground, Links(rows, word), row + oneVoxel(64 * word, stride), offsets, stride);
+        _filled.add(index + word);
       }
     }
   }
 
+  /// The labels of 64 places, which are 0 before.
   template <class Stride>
-  void writeWord(uint64 foreground, Links links, L* row, const NearRows::Each<int64>& offsets, Stride stride) {
+  void writeWord(uint64 foreground, const Links& links, L* row, const NearRows::Each<int64>& offsets, Stride stride) {
     const auto at = [row, stride](SizeType place) -> L& { return row[oneVoxel(place, stride)]; };
-    forEachBit(links.fresh, [&](SizeType place) { at(place) = _table.create(); });
-    uint64 waiting = links.starts & ~links.fresh;
     const auto near = [&](SizeType i, SizeType place) {
       const Link link = Links::links[i];
       return row[oneVoxel(place, stride) + offsets[link.row] + link.shift * oneVoxel(1, stride)];
     };
-    for (SizeType i = 0; i < Links::links.size(); ++i) {
-      const uint64 taken = links.at[i] & waiting;
-      waiting &= ~taken;
-      links.at[i] &= ~taken;
-      forEachBit(taken, [&](SizeType place) { at(place) = _table.entries()[near(i, place)]; });
+    forEachBit(links.fresh, [&](SizeType place) { at(place) = _table.create(); });
+    forEachBit(links.starts & ~links.fresh, [&](SizeType place) {
+      uint64 found = links.found(place);
+      const L label = _table.entries()[near(static_cast<SizeType>(std::countr_zero(found)), place)];
+      at(place) = label;
+      for (found &= found - 1; found != 0; found &= found - 1) {
+        _table.unite(label, near(static_cast<SizeType>(std::countr_zero(found)), place));
+      }
+    });
+    const uint64 inside = foreground & ~links.starts;
+    if (inside != 0) {
+      spread(inside, row, stride);
+      for (const SizeType i : Links::insideRuns) {
+        forEachBit(links.at[i] & inside, [&](SizeType place) { _table.unite(at(place), near(i, place)); });
+      }
     }
-    forEachBit(foreground & ~links.starts,
-               [&](SizeType place) { at(place) = row[oneVoxel(place, stride) - oneVoxel(1, stride)]; });
-    for (SizeType i = 0; i < Links::links.size(); ++i) {
-      forEachBit(links.at[i], [&](SizeType place) { _table.unite(at(place), near(i, place)); });
+  }
+
+  /// Gives the places inside runs the label of the voxel before the first of them.
+  template <class Stride>
+  static void spread(uint64 inside, L* row, Stride stride) {
+    while (inside != 0) {
+      const auto begin = static_cast<SizeType>(std::countr_zero(inside));
+      const auto end = begin + static_cast<SizeType>(std::countr_one(inside >> begin));
+      const L label = row[oneVoxel(begin, stride) - oneVoxel(1, stride)];
+      for (SizeType place = begin; place < end; ++place) {
+        row[oneVoxel(place, stride)] = label;
+      }
+      inside = end < 64 ? inside & ~uint64{0} << end : 0;
+    }
+  }
+
+  template <class Stride>
+  void replaceRow(SizeType sec, SizeType tert, Stride stride) const {
+    L* const row = _labels.row(sec, tert);
+    const SizeType index = firstWord(sec, tert);
+    for (SizeType first = 0; first < _bits.words(); first += 64) {
+      forEachBit(_filled.piece(index + first, std::min<SizeType>(64, _bits.words() - first)), [&](SizeType i) {
+        const SizeType word = first + i;
+        replaceLabels(_table, row + oneVoxel(64 * word, stride), stride,
+                      std::min<SizeType>(64, _labels.dimPrim - 64 * word));
+      });
     }
   }
 
   const View<L> _labels;
   LabelTable<L>& _table;
   BitRows _bits;
+  FilledWords _filled;
 };
 
 }  // namespace NORV::TaviOperators::Impl
