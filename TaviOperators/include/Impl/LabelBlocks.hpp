@@ -55,6 +55,26 @@ uint32 otherLabels(const L* labels, L label) {
   return others;
 }
 
+/// Copies a block, with `value` at the places given.
+template <class T>
+void copyBlock(const T* from, T* to, uint32 places, T value) {
+#ifdef TAVI_USE_HIGHWAY
+  namespace hn = hwy::HWY_NAMESPACE;
+  const hn::CappedTag<T, labelBlock> tag;
+  for (SizeType i = 0; i < labelBlock; i += hn::Lanes(tag)) {
+    const uint64 bits = places >> i;
+    uint8 bytes[8];
+    __builtin_memcpy(bytes, &bits, sizeof bytes);
+    const auto mask = hn::LoadMaskBits(tag, bytes);
+    hn::StoreU(hn::IfThenElse(mask, hn::Set(tag, value), hn::LoadU(tag, from + i)), tag, to + i);
+  }
+#else
+  for (SizeType i = 0; i < labelBlock; ++i) {
+    to[i] = (places >> i & 1) != 0 ? value : from[i];
+  }
+#endif
+}
+
 /// Goes over a row from its beginning: calls `stretch(label, begin, end)` for blocks of one label,
 /// `mixed(begin, others)` for a block in which labels differ, with the places where they differ from the first, and
 /// `rest(begin)` for what is less than a block. A label is read before any call for its place or for one behind it.

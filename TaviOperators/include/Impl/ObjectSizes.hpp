@@ -90,24 +90,27 @@ L countLabels(const L* labels, int64 stride, SizeType count, ObjectSizes& sizes)
     largest = std::max(largest, label);
     sizes.add(label, voxels);
   };
-  const auto rest = [&](SizeType begin) {
+  const auto each = [&](SizeType begin) {
     for (SizeType i = begin; i < count; ++i) {
       add(labels[static_cast<int64>(i) * stride], 1);
     }
   };
   if (stride != 1) {
-    rest(0);
+    each(0);
     return largest;
   }
   forEachLabelBlock(
       labels, count, [&](L label, SizeType begin, SizeType end) { add(label, end - begin); },
       [&](SizeType begin, uint32 others) {
         add(labels[begin], labelBlock - static_cast<SizeType>(std::popcount(others)));
-        for (; others != 0; others &= others - 1) {
-          add(labels[begin + static_cast<SizeType>(std::countr_zero(others))], 1);
+        while (others != 0) {
+          const L label = labels[begin + static_cast<SizeType>(std::countr_zero(others))];
+          const uint32 rest = others & otherLabels(labels + begin, label);
+          add(label, static_cast<SizeType>(std::popcount(others ^ rest)));
+          others = rest;
         }
       },
-      rest);
+      each);
   return largest;
 }
 

@@ -7,6 +7,7 @@
 #include <Operator.hpp>
 
 #include <algorithm>
+#include <bit>
 #include <limits>
 #include <type_traits>
 
@@ -140,8 +141,23 @@ private:
             std::copy(from + begin, from + end, to + begin);
           }
         },
-        [&](SizeType begin, uint32) { copyEach(labels + begin, from + begin, to + begin, labelBlock); },
+        [&](SizeType begin, uint32 others) { copyMixed(labels + begin, others, from + begin, to + begin); },
         [&](SizeType begin) { copyEach(labels + begin, from + begin, to + begin, count - begin); });
+  }
+  /// A block of two or three labels by label, one of more by voxel.
+  void copyMixed(const L* labels, uint32 others, const T* from, T* to) const {
+    uint32 removed = _rule.removes(_sizes.of(labels[0])) ? ~others : 0;
+    for (int more = 2; more > 0 && others != 0; --more) {
+      const L label = labels[std::countr_zero(others)];
+      const uint32 rest = others & otherLabels(labels, label);
+      removed |= _rule.removes(_sizes.of(label)) ? others ^ rest : 0;
+      others = rest;
+    }
+    if (others == 0) {
+      copyBlock(from, to, removed, _substitution);
+    } else {
+      copyEach(labels, from, to, labelBlock);
+    }
   }
   void copyEach(const L* labels, const T* from, T* to, SizeType count) const {
     copyEach(labels, Dense(), from, Dense(), to, Dense(), count);
