@@ -466,6 +466,8 @@ TEST_F(AdaptiveMedianFailures, AnIndexPastTheKernelsEvenWhereNoneWouldFit) {
       ADD_FAILURE() << "nothing was thrown";
     } catch (const Exceptions::IndexOutOfRange& failure) {
       EXPECT_STREQ(failure.getOrigin(), applying.c_str());
+      EXPECT_STREQ(failure.getErrorMessage(), "The index 1 is out of the valid range (0 to 0)!");
+      EXPECT_TRUE(parameter->outputVolume.value() == output.volume());
     }
   }
 }

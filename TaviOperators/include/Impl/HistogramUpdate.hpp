@@ -99,7 +99,7 @@ private:
     });
   }
 
-  /// Steps per voxel of either way, fitted to benchmarks/RankFilters.cpp.
+  /// Steps per voxel of either way, to be compared with benchmarks/Morphology.cpp.
   static double inVectors(const SlidingMaskOffsets& offsets) {
     return static_cast<double>(offsets.count) * Traits::stepsPerVoxel(8 * sizeof(T)) /
            static_cast<double>(Traits::template Rows<T>::lanes);

@@ -28,7 +28,7 @@ class LowerMedian {
 
 public:
   static constexpr SizeType lanes = Lanes::count;
-  /// From more voxels on, bits are searched. Measured with benchmarks/AdaptiveMedian.cpp.
+  /// From more voxels on, bits are searched. See benchmarks/Morphology.cpp.
   static constexpr SizeType largestNetwork = sizeof(Key) == 1   ? 27
                                              : sizeof(Key) == 2 ? 110
                                              : sizeof(Key) == 4 ? 400
