@@ -109,7 +109,7 @@ private:
     if (!plan.pays(output.dimSec, output.dimTert, static_cast<SizeType>(Impl::teamSize(threads, output.dimTert)))) {
       return false;
     }
-    if (std::is_floating_point_v<T> && dependsOnOrder(input, threads)) {
+    if (std::is_floating_point_v<T> && hasNaN(input, threads)) {
       return false;
     }
     const auto at = [](SizeType origin, int64 low) { return static_cast<SizeType>(static_cast<int64>(origin) + low); };
@@ -123,16 +123,16 @@ private:
     return true;
   }
 
-  bool dependsOnOrder(const Impl::View<const T>& input, int threads) {
-    std::atomic<bool> depends = false;
+  bool hasNaN(const Impl::View<const T>& input, int threads) {
+    std::atomic<bool> found = false;
     Impl::forEachSlice(*this, threads, input.dimTert, Impl::Steps::silent, [&](SizeType tert) {
-      for (SizeType sec = 0; sec < input.dimSec && !depends.load(std::memory_order_relaxed); ++sec) {
-        if (Impl::dependsOnOrder(input.row(sec, tert), input.dimPrim)) {
-          depends.store(true, std::memory_order_relaxed);
+      for (SizeType sec = 0; sec < input.dimSec && !found.load(std::memory_order_relaxed); ++sec) {
+        if (Impl::hasNaN(input.row(sec, tert), input.dimPrim)) {
+          found.store(true, std::memory_order_relaxed);
         }
       }
     });
-    return depends;
+    return found;
   }
 };
 

@@ -76,6 +76,22 @@ TEST(Erosion, LargeSlicesAndElementsEqualThePlainMinimum) {
   }
 }
 
+TEST(Erosion, OfZerosOfBothSignsTheLastOneInTheElementResults) {
+  const auto whole = []<class T>() {
+    std::vector<T> values(20011);
+    const std::vector<uint8> numbers = mixedValues<uint8>(values.size(), 4);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      values[i] = numbers[i] % 5 == 0 ? T(3) : numbers[i] % 2 == 0 ? T(0) : -T(0);
+    }
+    for (const Element& element : {fullBox({3, 3, 3}, {1, 1, 1}), fullBox({2, 10, 2}, {1, 4, 0}),
+                                   fullBox({1, 3, 11}, {0, 1, 4}), ball(3), scattered({5, 4, 3}, {1, 1, 1}, 3, 2)}) {
+      check<Frame, Parameter>({37, 13, 14}, element, values, {}, {}, {}, 2, minimumOf<T>);
+    }
+  };
+  whole.operator()<float32>();
+  whole.operator()<float64>();
+}
+
 TEST(Erosion, TakesANaNUntilTheNextVoxelReplacesIt) {
   const float32 nan = std::numeric_limits<float32>::quiet_NaN();
   const auto erode = [](const std::vector<float32>& values) {

@@ -16,8 +16,8 @@
 /// Erosion from parts that neighbouring positions share: chords of the element (minimums of some
 /// voxels of one row, each from a shorter chord), its sections (of chords in one slice), and for a box windows over
 /// rows and slices that double their length (M. van Herk, Pattern Recognition Letters 13, 1992, for the idea; E. R.
-/// Urbach, M. H. F. Wilkinson, IEEE Trans. Image Processing 17, 2008, for chords). The order in which voxels are
-/// compared is another one than that of the mask, so floating-point voxels take this way only where it does not matter.
+/// Urbach, M. H. F. Wilkinson, IEEE Trans. Image Processing 17, 2008, for chords). Parts are
+/// combined in the order of the mask, so that of equal voxels, as zeros of both signs are, the last one results.
 namespace NORV::TaviOperators::Impl {
 
 /// A window made of shorter ones of one length, which begin at `starts`.
@@ -91,7 +91,8 @@ public:
   /// (benchmarks/Erosion.cpp shows where they meet), and takes little memory. Small pieces pay for their edges.
   bool pays(SizeType rows, SizeType slices, SizeType threads) const {
     constexpr SizeType alwaysKept = 64;
-    if (slicesKept() > alwaysKept && slicesKept() * threads > slices) {
+    // Some volumes at the most: comparing all voxels of so deep an element would take hours.
+    if (slicesKept() > alwaysKept && slicesKept() * threads > 4 * (slices + _extents[2])) {
       return false;
     }
     const auto edge = [](SizeType extent, SizeType size) {
@@ -158,18 +159,17 @@ private:
   std::vector<std::vector<SizeType>> _slicesOf;
 };
 
-/// Whether the minimum of these voxels depends on their order: if there is a NaN, or a negative zero, which is not
-/// below the positive one.
+/// Whether the minimum of these voxels depends on more than their order: a NaN hides the voxels before it, which parts
+/// cannot know.
 template <class T>
-[[gnu::noinline]] bool dependsOnOrder(const T* row, SizeType count) {
+[[gnu::noinline]] bool hasNaN(const T* row, SizeType count) {
   if constexpr (std::is_floating_point_v<T>) {
     using Bits = std::conditional_t<sizeof(T) == 4, uint32, uint64>;
-    constexpr Bits negativeZero = std::bit_cast<Bits>(T(-0.0)),
+    constexpr Bits sign = std::bit_cast<Bits>(T(-0.0)),
                    infinity = std::bit_cast<Bits>(std::numeric_limits<T>::infinity());
     Bits found = 0;
     for (SizeType i = 0; i < count; ++i) {
-      const auto bits = std::bit_cast<Bits>(row[i]);
-      found |= static_cast<Bits>(bits == negativeZero) | static_cast<Bits>((bits & ~negativeZero) > infinity);
+      found |= static_cast<Bits>((std::bit_cast<Bits>(row[i]) & ~sign) > infinity);
     }
     return found != 0;
   } else {
@@ -326,8 +326,9 @@ private:
         return;
       }
       _rows.clear();
-      for (const SizeType start : _sliceSteps[i].starts) {
-        _rows.push_back({planeRows(i, strip.slice - start, strip), static_cast<int64>(_stride)});
+      const auto& starts = _sliceSteps[i].starts;
+      for (auto back = starts.rbegin(); back != starts.rend(); ++back) {  // from the first slice on
+        _rows.push_back({planeRows(i, strip.slice - *back, strip), static_cast<int64>(_stride)});
       }
       if (i + 1 == _sliceSteps.size()) {
         writeOutput(strip, tert);
@@ -360,10 +361,11 @@ private:
   /// A section as slice `part` of the element to the minimums of an output slice, which begin with its first slice.
   void contribute(SizeType part, const Strip& strip, SizeType tert) {
     T* const sum = planeRows(0, strip.slice - part, strip);
-    _rows = {{_section[0].slice(0), static_cast<int64>(_stride)}};
+    _rows.clear();
     if (part != 0) {
       _rows.push_back({sum, static_cast<int64>(_stride)});
     }
+    _rows.push_back({_section[0].slice(0), static_cast<int64>(_stride)});
     if (part + 1 == _plan.extent(2)) {
       writeOutput(strip, tert);
     } else {
