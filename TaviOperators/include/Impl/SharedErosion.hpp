@@ -13,11 +13,11 @@
 #include <type_traits>
 #include <vector>
 
-/// Erosion from parts that neighbouring positions share: chords of the element (minimums of some
-/// voxels of one row, each from a shorter chord), its sections (of chords in one slice), and for a box windows over
-/// rows and slices that double their length (M. van Herk, Pattern Recognition Letters 13, 1992, for the idea; E. R.
-/// Urbach, M. H. F. Wilkinson, IEEE Trans. Image Processing 17, 2008, for chords). Parts are
-/// combined in the order of the mask, so that of equal voxels, as zeros of both signs are, the last one results.
+/// Erosion from parts that neighbouring positions share: chords of the element (minimums of some voxels of one row,
+/// each from a shorter chord), its sections (of chords in one slice), and for a box windows over rows and slices that
+/// double their length (M. van Herk, Pattern Recognition Letters 13, 1992, for the idea; E. R. Urbach, M. H. F.
+/// Wilkinson, IEEE Trans. Image Processing 17, 2008, for chords). Parts are combined in the order of the mask, so that
+/// of equal voxels, as zeros of both signs are, the last one results.
 namespace NORV::TaviOperators::Impl {
 
 /// A window made of shorter ones of one length, which begin at `starts`.
