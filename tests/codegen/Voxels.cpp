@@ -1,6 +1,7 @@
 // Prints every voxel of some floating-point runs. The program is built for different processors with the options of the
 // library; the outputs must be the same.
 
+#include <Impl/MinimumRows.hpp>
 #include <Impl/TransformVoxels.hpp>
 #include <Maximum.hpp>
 #include <Minimum.hpp>
@@ -8,6 +9,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <vector>
 
 namespace {
@@ -70,10 +72,25 @@ void runPairwise(const char* name, Operator&& op) {
   print<T>(name, parameter->outputVolume.value());
 }
 
+/// Minimums between NaNs, which vector instructions of different processors treat differently.
+template <class T>
+void runMinimum() {
+  const VolumePtr<T> input = makeVolume<T>(1);
+  for (SizeType i = 0; i < count; i += 5) {
+    input->getData()[i] = std::numeric_limits<T>::quiet_NaN();
+  }
+  const std::vector<int64> offsets{0, 2, 1};
+  std::vector<T> output(count);
+  Impl::minimumDense(Impl::RowsAtOffsets<T>{input->getData(), offsets.data()}, offsets.size(), output.data(),
+                     count - 2);
+  print("minimum", output.data());
+}
+
 template <class T>
 void runAll() {
   runAffineRule<T>();
   runSaturation<T>();
+  runMinimum<T>();
   runPairwise<T, Maximum::Parameter>("Maximum", Maximum::Operator<VolumePtr<T>, VolumePtr<T>>());
   runPairwise<T, Minimum::Parameter>("Minimum", Minimum::Operator<VolumePtr<T>, VolumePtr<T>>());
 }

@@ -45,10 +45,10 @@ template <class T>
 template <class V>
 V lowerOf(V found, V voxels) {
   namespace hn = hwy::HWY_NAMESPACE;
-#if HWY_ARCH_X86
+#if HWY_ARCH_X86 && HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
   return hn::Min(found, voxels);  // for floating point too this instruction is `lower`, NaN and signed zeros included
 #else
-  if constexpr (hn::IsFloat<hn::TFromV<V>>()) {
+  if constexpr (hwy::IsFloat<hn::TFromV<V>>()) {
     return hn::IfThenElse(hn::Lt(found, voxels), found, voxels);
   } else {
     return hn::Min(found, voxels);
