@@ -10,6 +10,9 @@
 
 #ifdef TAVI_USE_HIGHWAY
 #include <hwy/highway.h>
+#if HWY_TARGET != HWY_SCALAR
+#define TAVI_BYTE_SHUFFLES  // which need vectors of sixteen bytes
+#endif
 #endif
 
 namespace NORV::TaviOperators::Impl {
@@ -60,7 +63,7 @@ public:
   /// A voxel's upper four bits choose one of sixteen pieces of the table, its lower four bits an entry of the piece.
   void row(const In* input, Out* output, SizeType count) const requires(sizeof(In) == 1 && sizeof(Out) == 1) {
     SizeType done = 0;
-#ifdef TAVI_USE_HIGHWAY
+#ifdef TAVI_BYTE_SHUFFLES
     namespace hn = hwy::HWY_NAMESPACE;
     const hn::ScalableTag<uint8> tag;
     const auto* from = reinterpret_cast<const uint8*>(input);
@@ -85,7 +88,7 @@ private:
     }
   }
 
-#ifdef TAVI_USE_HIGHWAY
+#ifdef TAVI_BYTE_SHUFFLES
   template <class Tag, class V>
   HWY_INLINE static V lookUp(Tag tag, const uint8* pieces, V x) {
     namespace hn = hwy::HWY_NAMESPACE;

@@ -7,6 +7,9 @@
 
 #ifdef TAVI_USE_HIGHWAY
 #include <hwy/highway.h>
+#if HWY_TARGET != HWY_SCALAR
+#define TAVI_VECTOR_TRUNCATION  // emulated, it would take numbers next to the lowest integer for that one
+#endif
 #endif
 
 /// The language's plain numeric conversion between voxel types, with one result for each value in every build.
@@ -45,7 +48,7 @@ template <class Out, class In>
 void convertRowPlainly(const In* input, Out* output, SizeType count) {
   static_assert(std::is_floating_point_v<In> && std::is_unsigned_v<Out> && sizeof(Out) <= 2);
   SizeType done = 0;
-#ifdef TAVI_USE_HIGHWAY
+#ifdef TAVI_VECTOR_TRUNCATION
   namespace hn = hwy::HWY_NAMESPACE;
   const hn::ScalableTag<In> real;
   const hn::Rebind<int32, decltype(real)> whole;
