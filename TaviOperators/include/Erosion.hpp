@@ -23,8 +23,8 @@
 /// last results.
 ///
 /// Extra memory: 9 bytes per voxel of the element; a copy of the input if it shares voxels with the output; under
-/// larger elements as many slices per thread as the element has, twice that for a box. Parallel over
-/// slices, each of which is a step.
+/// larger elements up to twice as many slices per thread as the element has. Parallel over slices, each of which is a
+/// step.
 namespace NORV::TaviOperators::Erosion {
 
 inline constexpr Impl::Names names{"Erosion"};

@@ -121,8 +121,8 @@ private:
     return Lanes::load(wires + lowerMedianOf(self._count) * lanes);
   }
 
-  /// The largest bound below which lie as many voxels as the rank at the most. `isAtMostRank(bound)` counts them and
-  /// keeps `bound` in the lanes where it is one.
+  /// The largest bound below which lie as many voxels as the rank at the most. `keep(bound, otherwise)` counts them and
+  /// takes `bound` in the lanes where it is one.
   template <class Keep>
   static V searchBits(const Keep& keep) {
     V median = Lanes::set(lowest);

@@ -52,6 +52,7 @@ public:
     std::size_t chord;
     SizeType shift;  ///< from the first column of the element
     SizeType row;    ///< from its first row
+    friend bool operator==(const Run&, const Run&) = default;
   };
   using Section = std::vector<Run>;
 
@@ -137,13 +138,8 @@ private:
   }
 
   void add(const Section& section, SizeType slice) {
-    const auto isSame = [&section](const Section& other) {
-      return std::equal(section.begin(), section.end(), other.begin(), other.end(), [](const Run& a, const Run& b) {
-        return a.chord == b.chord && a.shift == b.shift && a.row == b.row;
-      });
-    };
     const auto known =
-        static_cast<std::size_t>(std::find_if(_sections.begin(), _sections.end(), isSame) - _sections.begin());
+        static_cast<std::size_t>(std::find(_sections.begin(), _sections.end(), section) - _sections.begin());
     if (known == _sections.size()) {
       _sections.push_back(section);
       _slicesOf.emplace_back();
