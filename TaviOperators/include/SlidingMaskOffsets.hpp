@@ -41,15 +41,15 @@ private:
   struct Margins {
     SizeType below = 0, above = 0;
 
-    void widen(SizeType coordinate, SizeType anchor) {
-      if (coordinate < anchor) {
-        below = std::max(below, anchor - coordinate);
+    void widen(SizeType coordinate, SizeType origin) {
+      if (coordinate < origin) {
+        below = std::max(below, origin - coordinate);
       } else {
-        above = std::max(above, coordinate - anchor);
+        above = std::max(above, coordinate - origin);
       }
     }
-    bool leaveRoomIn(SizeType dimension) const { return below < dimension && above < dimension - below; }
-    SizeType room(SizeType dimension) const { return dimension - below - above; }
+    bool leaveRoomIn(SizeType extent) const { return below < extent && above < extent - below; }
+    SizeType room(SizeType extent) const { return extent - below - above; }
   };
 
   /// Calls `voxel(prim, sec, tert)` for each voxel of the element and `run(first, last, sec, tert)` after each run.

@@ -56,13 +56,14 @@ template <class In, class Out>
 [[gnu::noinline]] void markRow(const Cross<In>& cross, Out* output, int64 outputStride, SizeType count, Out edge,
                                Out background) {
   const auto mark = [&](const auto stride, const auto toStride) {
-    const auto [a, b, c, d] = cross.beside;
+    const In *const a = cross.beside[0], *const b = cross.beside[1], *const c = cross.beside[2],
+                    *const d = cross.beside[3];
     const In* const row = cross.row;
     const auto one = [&](SizeType index, int64 left, int64 right) {
       const int64 i = static_cast<int64>(index) * stride;
       const bool above = (row[i - left] > In(0)) | (row[i + right] > In(0)) | (a[i] > In(0)) | (b[i] > In(0)) |
                          (c[i] > In(0)) | (d[i] > In(0));
-      output[static_cast<int64>(index) * toStride] = !(row[i] > In(0)) & above ? edge : background;
+      output[static_cast<int64>(index) * toStride] = (!(row[i] > In(0)) & above) ? edge : background;
     };
     one(0, 0, count > 1 ? stride : 0);
     for (SizeType i = 1; i + 1 < count; ++i) {

@@ -144,7 +144,8 @@ void checkRegistrations(const std::vector<std::string>& before) {
   require(SmartPointer<IOperator>(getClassFactory().createInstance(typedSaturation)) != nullptr,
           "an operator of the library is the host's IOperator");
   const SmartPointer<IComposite> volume = getClassFactory().createInstance(volumeOfUint8);
-  require(typeid(*volume.get()) == typeid(Volume<uint8>) && VolumePtr<uint8>(volume) != nullptr,
+  const IComposite& made = *volume;
+  require(typeid(made) == typeid(Volume<uint8>) && VolumePtr<uint8>(volume) != nullptr,
           "a volume of the factory is the host's volume");
 }
 
