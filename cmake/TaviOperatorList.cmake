@@ -64,6 +64,13 @@ if(NOT TAVI_LIBRARY_SOURCES)
   set(TAVI_LIBRARY_SOURCES ${TAVI_GENERATED_DIR}/Empty.cpp)
 endif()
 
+# What the core consists of, compiled once for all binaries instead of once per source. The library's and the tests'
+# precompiled headers declare it.
+set(TAVI_CORE_INSTANCES ${operators_dir}/src/CoreInstances)
+add_library(tavi_core_instances STATIC EXCLUDE_FROM_ALL ${TAVI_CORE_INSTANCES}.cpp)
+tavi_target_settings(tavi_core_instances)
+target_link_libraries(tavi_core_instances PUBLIC Tavi)
+
 # tavi_add_operators_library(<target> ARCH <march>): the shared library of all operators.
 function(tavi_add_operators_library target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "ARCH" "")
@@ -76,10 +83,10 @@ function(tavi_add_operators_library target)
                      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/tavi-operators>)
   target_link_libraries(${target} PUBLIC Tavi)
   # Third-party libraries stay behind the exported frames, so users of the package need none of them.
-  target_link_libraries(${target} PRIVATE tavi_highway)
+  target_link_libraries(${target} PRIVATE tavi_highway tavi_core_instances)
   tavi_library_options(${target})
   tavi_precompile(${target} <DLL/Operator.hpp> <Impl/Dispatch.hpp> <Impl/Instances.hpp> <Operator.hpp>
-                  ${operators_dir}/src/Core/VolumeInstances.hpp)
+                  ${TAVI_CORE_INSTANCES}.hpp)
   if(NOT TAVI_SANITIZE)
     target_link_options(${target} PRIVATE LINKER:--no-undefined)
   endif()

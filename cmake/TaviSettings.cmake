@@ -53,3 +53,8 @@ function(tavi_library_options target)
     target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O3>)
   endif()
 endfunction()
+
+# tavi_quick_options(<target>): for code around the library's loops, where the time to compile counts.
+function(tavi_quick_options target)
+  target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)
+endfunction()

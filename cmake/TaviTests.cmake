@@ -9,23 +9,31 @@ find_package(Threads REQUIRED)
 # tavi_test_settings(<target>): how every test program is compiled and what it links.
 function(tavi_test_settings target)
   tavi_target_settings(${target} ARCH "${TAVI_ARCH}")
-  # The loops under test live in the library; here the time to compile counts.
-  target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O1>)
+  tavi_quick_options(${target})
   target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
-  target_link_libraries(${target} PRIVATE TaviOperatorTable tavi_highway GTest::gmock GTest::gtest_main Threads::Threads)
+  target_link_libraries(${target} PRIVATE TaviOperatorTable tavi_core_instances tavi_highway GTest::gmock
+                                          Threads::Threads)
 endfunction()
 
 # Owns the headers that are precompiled for all test programs.
 file(WRITE ${PROJECT_BINARY_DIR}/generated/TestHeaders.cpp "")
 add_executable(tavi_test_headers EXCLUDE_FROM_ALL ${PROJECT_BINARY_DIR}/generated/TestHeaders.cpp)
 tavi_test_settings(tavi_test_headers)
-tavi_precompile(tavi_test_headers <gmock/gmock.h> <gtest/gtest.h> <DLL/Operator.hpp> <Impl/Instances.hpp> <Operator.hpp>)
+target_link_libraries(tavi_test_headers PRIVATE GTest::gtest_main)
+tavi_precompile(tavi_test_headers <gmock/gmock.h> <gtest/gtest.h> <DLL/Operator.hpp> <Impl/Instances.hpp> <Operator.hpp>
+                ${TAVI_CORE_INSTANCES}.hpp)
+
+# What most tests share; among it is a global allocator that fails and counts.
+add_library(tavi_test_support STATIC EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/tests/support/FailingAllocation.cpp
+                                                      ${PROJECT_SOURCE_DIR}/tests/support/Volumes.cpp)
+tavi_test_settings(tavi_test_support)
 
 # tavi_add_test_program(<target> LABEL <label> SOURCES <source>...)
 function(tavi_add_test_program target)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "LABEL" "SOURCES")
   add_executable(${target} ${arg_SOURCES})
   tavi_test_settings(${target})
+  target_link_libraries(${target} PRIVATE tavi_test_support GTest::gtest_main)
   tavi_share_precompiled(${target} tavi_test_headers)
 
   set(include_file ${CMAKE_CURRENT_BINARY_DIR}/${target}_suites.cmake)

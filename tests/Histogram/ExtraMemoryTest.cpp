@@ -5,15 +5,13 @@
 #include <HistogramSpecificationUsingReferenceVolume.hpp>
 #include <KMeansHistogramSegmentation.hpp>
 #include <Tavi/Histogram.hpp>
+#include <support/FailingAllocation.hpp>
 
 #include <Histogram/Volumes.hpp>
 #include <gtest/gtest.h>
-#include <malloc.h>
 #include <omp.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
+#include <cstddef>
 
 using namespace NORV;
 using namespace NORV::HistogramTests;
@@ -21,49 +19,8 @@ namespace Dll = TaviOperators::DLL;
 
 namespace {
 
-std::atomic<std::ptrdiff_t> inUse{0}, most{0};
-
-void* counted(void* block) {
-  if (block == nullptr) {
-    throw std::bad_alloc();
-  }
-  const std::ptrdiff_t now = inUse += static_cast<std::ptrdiff_t>(malloc_usable_size(block));
-  for (std::ptrdiff_t seen = most; now > seen && !most.compare_exchange_weak(seen, now);) {
-  }
-  return block;
-}
-
-void uncounted(void* block) {
-  inUse -= static_cast<std::ptrdiff_t>(malloc_usable_size(block));
-  std::free(block);
-}
-
-}  // namespace
-
-// Every allocation of the program and of the library comes here.
-void* operator new(std::size_t size) { return counted(std::malloc(size > 0 ? size : 1)); }
-void* operator new(std::size_t size, std::align_val_t alignment) {
-  const auto step = static_cast<std::size_t>(alignment);
-  return counted(std::aligned_alloc(step, (size + step - 1) / step * step));
-}
-void operator delete(void* block) noexcept { uncounted(block); }
-void operator delete(void* block, std::size_t) noexcept { uncounted(block); }
-void operator delete(void* block, std::align_val_t) noexcept { uncounted(block); }
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept { uncounted(block); }
-
-namespace {
-
 constexpr std::ptrdiff_t KiB = 1024;
 constexpr std::ptrdiff_t slack = 24 * KiB;  // parameter objects, views, texts
-
-/// The most bytes that were in use during the call, beyond those before it.
-template <class Call>
-std::ptrdiff_t extraOf(Call call) {
-  const std::ptrdiff_t before = inUse;
-  most = before;
-  call();
-  return most - before;
-}
 
 constexpr std::ptrdiff_t threads = 2;
 
@@ -80,7 +37,7 @@ template <class T>
 void expectMemoryOfAdd() {
   const auto volume = someVolume<T>();
   Tavi::Histogram::Histogram<T, uint64> histogram;
-  const auto extra = extraOf([&] { histogram.add(volume); });
+  const auto extra = Tests::extraBytesOf([&] { histogram.add(volume); });
   EXPECT_LE(extra, (threads + 1) * counter<T> + slack);
   EXPECT_GE(extra, counter<T>);
 }
@@ -94,7 +51,7 @@ void expectMemoryOfSpecification() {
   parameter->outputVolume = makeVolume<T>({128, 128, 96});
   Dll::HistogramSpecificationUsingReferenceVolume::Operator frame;
   constexpr std::ptrdiff_t values = std::ptrdiff_t{1} << (8 * sizeof(T));
-  EXPECT_LE(extraOf([&] { frame.apply(parameter); }), 24 * values + (threads + 1) * counter<T> + slack);
+  EXPECT_LE(Tests::extraBytesOf([&] { frame.apply(parameter); }), 24 * values + (threads + 1) * counter<T> + slack);
 }
 
 template <class In, class Out>
@@ -107,7 +64,7 @@ void expectMemoryOfKMeans(SizeType classes) {
   parameter->inputNumberOfIterations = 3;
   parameter->inputNumberOfThreads = static_cast<int32>(threads);
   Dll::KMeansHistogramSegmentation::Operator frame;
-  EXPECT_LE(extraOf([&] { frame.apply(parameter); }),
+  EXPECT_LE(Tests::extraBytesOf([&] { frame.apply(parameter); }),
             24 * static_cast<std::ptrdiff_t>(classes) + 1536 * KiB + threads * counter<In> + slack);
 }
 
@@ -121,12 +78,15 @@ std::ptrdiff_t memoryOfEqualization(T low, T high) {
   parameter->inputMaximumThreshold.setValue(high);
   parameter->inputNumberOfThreads = static_cast<int32>(threads);
   Dll::HistogramEqualization::Operator frame;
-  return extraOf([&] { frame.apply(parameter); });
+  return Tests::extraBytesOf([&] { frame.apply(parameter); });
 }
 
 class ExtraMemory : public testing::Test {
 protected:
-  void SetUp() override { omp_set_num_threads(static_cast<int>(threads)); }
+  void SetUp() override {
+    SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
+    omp_set_num_threads(static_cast<int>(threads));
+  }
   void TearDown() override { omp_set_num_threads(omp_get_num_procs()); }
 };
 

@@ -173,7 +173,7 @@ TEST(AdjustLinear, LargeVolumesGetTheSameVoxels) {
   parameter->inputVolume = input;
   parameter->outputVolume = output;
   Frame().apply(parameter);
-  expectVoxels<uint8>(output, values, uint16(0), [&](uint8 x) { return r.expected(x); });
+  expectVoxels<uint8, uint16>(output, values, uint16(0), [&](uint8 x) { return r.expected(x); });
 }
 
 TEST(AdjustLinear, WorksInPlace) {
@@ -186,7 +186,7 @@ TEST(AdjustLinear, WorksInPlace) {
   parameter->inputVolume = volume;
   parameter->outputVolume = volume;
   Frame().apply(parameter);
-  expectVoxels<uint16>(volume, values, uint16(0), [&](uint16 x) { return r.expected(x); });
+  expectVoxels<uint16, uint16>(volume, values, uint16(0), [&](uint16 x) { return r.expected(x); });
 }
 
 TEST(AdjustLinear, ResizesTheOutputAndTakesAnEmptyVolume) {

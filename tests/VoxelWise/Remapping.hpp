@@ -3,6 +3,7 @@
 #include <support/ViewCases.hpp>
 
 #include <atomic>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -10,35 +11,31 @@
 /// What the tests of the remapping operators share.
 namespace NORV::Tests::ViewCases {
 
-/// Runs the operator through its frame and compares every voxel with `rule`. `fill(parameter)` sets all keys but the
-/// volumes and the thread count.
-template <class FrameOperator, class Parameter, class In, class Out, class Fill, class Rule>
-void checkRun(const std::vector<In>& values, const Fill& fill, const Rule& rule, const Dimension<SizeType>& extents,
-              const Layout& from, const Layout& to, SizeType threads) {
+/// Runs an operator on an input, an output and a number of threads; returns the output that it has set.
+using Apply = std::function<SmartPointer<IVolume>(SmartPointer<IVolume>, SmartPointer<IVolume>, SizeType)>;
+
+/// One run, of which every voxel is compared with `rule`.
+template <class In, class Out>
+void checkRun(const std::vector<In>& values, const Apply& apply, const std::function<Out(In)>& rule,
+              const Dimension<SizeType>& extents, const Layout& from, const Layout& to, SizeType threads) {
   SCOPED_TRACE(std::string(Tavi::typeName<In>) + " to " + Tavi::typeName<Out> + ", " + from.name + " to " + to.name +
                ", threads " + std::to_string(threads));
   const Out outside = Out(77);
   const auto input = makeVolume<In>(extents, from, In(1));
   fillView(input, values);
   const auto output = makeVolume<Out>(extents, to, outside);
-  const SmartPointer<Parameter> parameter(new Parameter);
-  parameter->inputVolume = input;
-  parameter->outputVolume = output;
-  parameter->inputNumberOfThreads = threads;
-  fill(*parameter);
-  FrameOperator().apply(parameter);
-  ASSERT_EQ(VolumePtr<Out>(parameter->outputVolume.value()).get(), output.get());
-  expectVoxels<In>(output, values, outside, rule);
+  ASSERT_TRUE(VolumePtr<Out>(apply(input, output, threads)) == output);
+  expectVoxels<In, Out>(output, values, outside, rule);
 }
 
 enum class Where { dense, everywhere };
 
 /// On a dense volume that holds every one of the values; with `everywhere` also over all layouts of input and output
 /// and all thread counts, on a volume that holds the first ones.
-template <class FrameOperator, class Parameter, class In, class Out, class Fill, class Rule>
-void checkIn(Where where, const std::vector<In>& values, const Fill& fill, const Rule& rule) {
+template <class In, class Out>
+void checkLayouts(Where where, const std::vector<In>& values, const Apply& apply, const std::function<Out(In)>& rule) {
   const auto check = [&](const Dimension<SizeType>& extents, const Layout& from, const Layout& to, SizeType threads) {
-    checkRun<FrameOperator, Parameter, In, Out>(values, fill, rule, extents, from, to, threads);
+    checkRun<In, Out>(values, apply, rule, extents, from, to, threads);
   };
   const Layout& dense = layouts().front();
   check(extentsFor(values.size()), dense, dense, 2);
@@ -53,6 +50,23 @@ void checkIn(Where where, const std::vector<In>& values, const Fill& fill, const
       check(odd, dense, dense, threads);
     }
   }
+}
+
+/// As above, for an operator's frame. `fill(parameter)` sets all keys but the volumes and the thread count.
+template <class FrameOperator, class Parameter, class In, class Out, class Fill>
+void checkIn(Where where, const std::vector<In>& values, const Fill& fill, const std::function<Out(In)>& rule) {
+  checkLayouts<In, Out>(
+      where, values,
+      [&fill](SmartPointer<IVolume> input, SmartPointer<IVolume> output, SizeType threads) {
+        const SmartPointer<Parameter> parameter(new Parameter);
+        parameter->inputVolume = input;
+        parameter->outputVolume = output;
+        parameter->inputNumberOfThreads = threads;
+        fill(*parameter);
+        FrameOperator().apply(parameter);
+        return parameter->outputVolume.value();
+      },
+      rule);
 }
 
 /// Runs `op` on a parameter object and aborts it from another thread, as soon and as often as possible.
@@ -89,5 +103,35 @@ std::vector<std::string> keysOf() {
   }
   return keys;
 }
+
+// Compiled once for all tests, in Remapping.cpp.
+#ifndef TAVI_TESTS_INSTANTIATE_VIEWS
+#define TAVI_TESTS_INSTANTIATE_VIEWS extern template
+#endif
+#define TAVI_TESTS_VIEW(In, Out)                                                                     \
+  TAVI_TESTS_INSTANTIATE_VIEWS void expectVoxels(const VolumePtr<Out>&, const std::vector<In>&, Out, \
+                                                 const std::function<Out(In)>&);                     \
+  TAVI_TESTS_INSTANTIATE_VIEWS void checkLayouts(Where, const std::vector<In>&, const Apply&,        \
+                                                 const std::function<Out(In)>&);
+#define TAVI_TESTS_VIEWS(T)                                                                           \
+  TAVI_TESTS_INSTANTIATE_VIEWS VolumePtr<T> makeVolume(const Dimension<SizeType>&, const Layout&, T); \
+  TAVI_TESTS_INSTANTIATE_VIEWS void fillView(const VolumePtr<T>&, const std::vector<T>&);             \
+  TAVI_TESTS_INSTANTIATE_VIEWS std::vector<T> sampleValues(T, T);                                     \
+  TAVI_TESTS_VIEW(T, int8)                                                                            \
+  TAVI_TESTS_VIEW(T, uint8)                                                                           \
+  TAVI_TESTS_VIEW(T, int16)                                                                           \
+  TAVI_TESTS_VIEW(T, uint16)                                                                          \
+  TAVI_TESTS_VIEW(T, int32)                                                                           \
+  TAVI_TESTS_VIEW(T, uint32)                                                                          \
+  TAVI_TESTS_VIEW(T, float32)                                                                         \
+  TAVI_TESTS_VIEW(T, float64)
+TAVI_TESTS_VIEWS(int8)
+TAVI_TESTS_VIEWS(uint8)
+TAVI_TESTS_VIEWS(int16)
+TAVI_TESTS_VIEWS(uint16)
+TAVI_TESTS_VIEWS(int32)
+TAVI_TESTS_VIEWS(uint32)
+TAVI_TESTS_VIEWS(float32)
+TAVI_TESTS_VIEWS(float64)
 
 }  // namespace NORV::Tests::ViewCases

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <functional>
 #include <limits>
 #include <string>
 #include <thread>
@@ -16,9 +17,14 @@
 #include <vector>
 
 /// What the operators that map one input voxel to one output voxel have in common: layouts, thread counts, outputs,
-/// abort and the failures of the frame. A `Request` is a function that makes a parameter object with all values but the
-/// volumes; a `Rule` says what becomes of one voxel.
+/// abort and the failures of the frame.
 namespace NORV::Tests {
+
+/// Makes a parameter object with all values but the volumes.
+using Request = std::function<SmartPointer<IComposite>()>;
+/// What becomes of one voxel.
+template <class In, class Out>
+using Rule = std::function<Out(In)>;
 
 inline void give(const SmartPointer<IComposite>& parameter, const std::string& key,
                  const SmartPointer<IVolume>& volume) {
@@ -56,8 +62,8 @@ std::vector<T> valuesToTry() {
   }
 }
 
-template <class Out, class In, class Rule>
-std::vector<Out> mapped(const std::vector<In>& voxels, const Rule& rule) {
+template <class In, class Out>
+std::vector<Out> mapped(const std::vector<In>& voxels, const Rule<In, Out>& rule) {
   std::vector<Out> results;
   results.reserve(voxels.size());
   for (const In x : voxels) {
@@ -95,11 +101,11 @@ inline void expectRegistered(const std::string& identifier) {
 
 /// Each value in a dense row, then views in several layouts with the thread counts that matter, into outputs of the
 /// host and in place where the types allow it.
-template <class In, class Out, class Request, class Rule>
-void expectRule(IOperator& op, const std::vector<In>& values, const Request& request, const Rule& rule) {
+template <class In, class Out>
+void expectRule(IOperator& op, const std::vector<In>& values, const Request& request, const Rule<In, Out>& rule) {
   const RuntimeSettings settings;
   const auto run = [&](const TestVolume<In>& input, const TestVolume<Out>& output, SizeType threads) {
-    const std::vector<Out> expected = mapped<Out>(input.voxels(), rule);
+    const std::vector<Out> expected = mapped<In, Out>(input.voxels(), rule);
     const SmartPointer<IComposite> parameter(request());
     give(parameter, "inputVolume", input);
     give(parameter, "outputVolume", output);
@@ -134,8 +140,8 @@ void expectRule(IOperator& op, const std::vector<In>& values, const Request& req
 }
 
 /// A fresh output has the extents of the region and the voxel type of the input; empty volumes give empty ones.
-template <class T, class Request, class Rule>
-void expectFreshOutput(IOperator& op, const Request& request, const Rule& rule) {
+template <class T>
+void expectFreshOutput(IOperator& op, const Request& request, const Rule<T, T>& rule) {
   const TestVolume<T> input({7, 3, 5}, regionLayout);
   input.fill(mixedValues<T>(105));
   const SmartPointer<IComposite> parameter(request());
@@ -144,7 +150,7 @@ void expectFreshOutput(IOperator& op, const Request& request, const Rule& rule) 
   const Tavi::VolumePtr<T> output(outputOf(parameter));
   ASSERT_TRUE(output != nullptr);
   EXPECT_TRUE(output->getAllocatedDimension() == Tavi::Dimension<SizeType>(7, 3, 5));
-  expectSameVoxels(voxelsOf(output), mapped<T>(input.voxels(), rule));
+  expectSameVoxels(voxelsOf(output), mapped<T, T>(input.voxels(), rule));
 
   const SmartPointer<IComposite> empty(request());
   give(empty, "inputVolume", Tavi::VolumePtr<T>(new Tavi::Volume<T>()));
@@ -154,8 +160,8 @@ void expectFreshOutput(IOperator& op, const Request& request, const Rule& rule) 
 }
 
 /// An output of another size is resized, and stays the host's object.
-template <class In, class Out, class Request, class Rule>
-void expectResizedOutput(IOperator& op, const Request& request, const Rule& rule) {
+template <class In, class Out>
+void expectResizedOutput(IOperator& op, const Request& request, const Rule<In, Out>& rule) {
   for (const Layout& layout : someLayouts()) {
     SCOPED_TRACE(layout.name());
     const TestVolume<In> input({7, 3, 5});
@@ -167,13 +173,14 @@ void expectResizedOutput(IOperator& op, const Request& request, const Rule& rule
     op.apply(parameter);
     EXPECT_TRUE(outputOf(parameter) == output.volume());
     EXPECT_TRUE(output.volume()->getDimension() == Tavi::Dimension<SizeType>(7, 3, 5));
-    expectSameVoxels(voxelsOf(output.volume()), mapped<Out>(input.voxels(), rule));
+    expectSameVoxels(voxelsOf(output.volume()), mapped<In, Out>(input.voxels(), rule));
   }
 }
 
 /// Outputs beyond the threshold take the way past the cache; the rows of the region begin at any address.
-template <class In, class Out, class Request, class Rule>
-void expectRuleOnLargeVolume(IOperator& op, const std::vector<In>& values, const Request& request, const Rule& rule) {
+template <class In, class Out>
+void expectRuleOnLargeVolume(IOperator& op, const std::vector<In>& values, const Request& request,
+                             const Rule<In, Out>& rule) {
   const RuntimeSettings settings;
   for (const SizeType margin : {SizeType{0}, SizeType{3}}) {
     SCOPED_TRACE(margin);
@@ -237,7 +244,7 @@ void expectRefusals(IOperator& frame, const std::string& typed, const SmartPoint
 }
 
 /// Aborts from another thread until a run has stopped early; it returns normally and sets no output.
-template <class T, class Request>
+template <class T>
 void expectAbort(IOperator& frame, const Request& request, bool outputRequired) {
   const RuntimeSettings settings;
   const Tavi::Dimension<SizeType> extents(512, 512, 64);
@@ -290,5 +297,32 @@ void expectAbort(IOperator& frame, const Request& request, bool outputRequired) 
     EXPECT_TRUE(unset) << "no run was aborted";
   }
 }
+
+// Compiled once for all tests, in VoxelRule.cpp.
+#ifndef TAVI_TESTS_INSTANTIATE_RULES
+#define TAVI_TESTS_INSTANTIATE_RULES extern template
+#endif
+#define TAVI_TESTS_RULE(In, Out)                                                                   \
+  TAVI_TESTS_INSTANTIATE_RULES void expectRule(IOperator&, const std::vector<In>&, const Request&, \
+                                               const Rule<In, Out>&);
+#define TAVI_TESTS_RULES(T)                                                                              \
+  TAVI_TESTS_INSTANTIATE_RULES void expectFreshOutput<T>(IOperator&, const Request&, const Rule<T, T>&); \
+  TAVI_TESTS_INSTANTIATE_RULES void expectAbort<T>(IOperator&, const Request&, bool);                    \
+  TAVI_TESTS_RULE(T, int8)                                                                               \
+  TAVI_TESTS_RULE(T, uint8)                                                                              \
+  TAVI_TESTS_RULE(T, int16)                                                                              \
+  TAVI_TESTS_RULE(T, uint16)                                                                             \
+  TAVI_TESTS_RULE(T, int32)                                                                              \
+  TAVI_TESTS_RULE(T, uint32)                                                                             \
+  TAVI_TESTS_RULE(T, float32)                                                                            \
+  TAVI_TESTS_RULE(T, float64)
+TAVI_TESTS_RULES(int8)
+TAVI_TESTS_RULES(uint8)
+TAVI_TESTS_RULES(int16)
+TAVI_TESTS_RULES(uint16)
+TAVI_TESTS_RULES(int32)
+TAVI_TESTS_RULES(uint32)
+TAVI_TESTS_RULES(float32)
+TAVI_TESTS_RULES(float64)
 
 }  // namespace NORV::Tests

@@ -80,7 +80,7 @@ TEST(VoxelValueReplacement, EveryThreadCountOfTheRuntimeGivesTheSameVoxels) {
     Frame().apply(parameter);
     EXPECT_EQ(omp_get_max_threads(), threads);
     expectSameVoxels(voxelsOf(Tavi::VolumePtr<uint16>(parameter->outputVolume.value())),
-                     mapped<uint16>(input.voxels(), [](uint16 x) { return x == 100 ? uint16{3} : x; }));
+                     mapped<uint16, uint16>(input.voxels(), [](uint16 x) { return x == 100 ? uint16{3} : x; }));
   }
 }
 

@@ -19,8 +19,7 @@ bool allocationsCanFail() noexcept;
   }                                                                \
   static_assert(true)
 
-/// While it lives, this thread's allocations from the global allocator fail after `allowed` further ones. A program
-/// that uses it compiles FailingAllocation.cpp, which replaces the global allocator.
+/// While it lives, this thread's allocations from the global allocator fail after `allowed` further ones.
 class FailingAllocation {
 public:
   explicit FailingAllocation(std::size_t allowed) noexcept;

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <random>
 #include <string>
@@ -21,6 +22,7 @@ namespace NORV::Tests::ViewCases {
 
 using Tavi::Dimension;
 using Tavi::IOperator;
+using Tavi::IVolume;
 using Tavi::Orientation;
 using Tavi::Position;
 using Tavi::SizeType;
@@ -101,8 +103,9 @@ bool areSame(T a, T b) {
 
 /// The first voxel of `output` that is not `rule` of the value at its place, if any; and none outside the view may
 /// have lost its value.
-template <class In, class Out, class Rule>
-void expectVoxels(const VolumePtr<Out>& output, const std::vector<In>& values, Out outside, const Rule& rule) {
+template <class In, class Out>
+void expectVoxels(const VolumePtr<Out>& output, const std::vector<In>& values, Out outside,
+                  const std::function<Out(In)>& rule) {
   std::vector<std::string> wrong;
   forEachVoxel(output, [&](Out& voxel, SizeType index) {
     const In x = values[index % values.size()];

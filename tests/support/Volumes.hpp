@@ -218,4 +218,22 @@ void expectSameVoxels(const std::vector<T>& actual, const std::vector<T>& expect
   }
 }
 
+// Compiled once for all tests, in Volumes.cpp.
+#ifndef TAVI_TESTS_INSTANTIATE
+#define TAVI_TESTS_INSTANTIATE extern template
+#endif
+#define TAVI_TESTS_VOLUMES(T)                                                                 \
+  TAVI_TESTS_INSTANTIATE class TestVolume<T>;                                                 \
+  TAVI_TESTS_INSTANTIATE std::vector<T> mixedValues<T>(std::size_t, unsigned);                \
+  TAVI_TESTS_INSTANTIATE std::vector<T> voxelsOf(const Tavi::SmartPointer<Tavi::Volume<T>>&); \
+  TAVI_TESTS_INSTANTIATE void expectSameVoxels(const std::vector<T>& actual, const std::vector<T>& expected);
+TAVI_TESTS_VOLUMES(int8)
+TAVI_TESTS_VOLUMES(uint8)
+TAVI_TESTS_VOLUMES(int16)
+TAVI_TESTS_VOLUMES(uint16)
+TAVI_TESTS_VOLUMES(int32)
+TAVI_TESTS_VOLUMES(uint32)
+TAVI_TESTS_VOLUMES(float32)
+TAVI_TESTS_VOLUMES(float64)
+
 }  // namespace NORV::Tests

@@ -114,7 +114,11 @@ protected:
   ~StaticFactorySubscriber() = default;
 
 private:
-  static inline const FactoryRegistrator<Derived> registrator;
+  static const FactoryRegistrator<Derived> registrator;
 };
+
+// Not inline, so that a declared instance keeps other sources from running it, too.
+template <class Derived>
+const FactoryRegistrator<Derived> StaticFactorySubscriber<Derived>::registrator;
 
 }  // namespace NORV::Tavi::Factory

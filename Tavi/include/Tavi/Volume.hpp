@@ -267,10 +267,10 @@ public:
   using Voxel = T;
 
   /// The empty volume.
-  Volume() = default;
+  Volume();
 
   /// Allocates; the voxels are not cleared.
-  explicit Volume(const Dimension<SizeType>& dimension) requires(!Allocator::isExternal<Alloc>)
+  [[gnu::noinline]] explicit Volume(const Dimension<SizeType>& dimension) requires(!Allocator::isExternal<Alloc>)
       : _block(Alloc::template allocate<T>(dimension)),
         _data(_block.getData()) {
     showAll(dimension);
@@ -296,6 +296,7 @@ public:
 
   Volume(const Volume&) = delete;
   Volume& operator=(const Volume&) = delete;
+  ~Volume() override;
 
   /// The block that holds the voxels; the view begins `getIterationData().startOffset` voxels behind it.
   T* getData() { return _data; }
@@ -359,6 +360,13 @@ private:
   T* _data = nullptr;
   [[no_unique_address]] Impl::BufferOwner<T, Alloc> _owner;
 };
+
+// Out of line, as is the other constructor that operators use: with them all virtual functions would be compiled where
+// volumes come and go.
+template <class T, class Alloc>
+[[gnu::noinline]] Volume<T, Alloc>::Volume() = default;
+template <class T, class Alloc>
+[[gnu::noinline]] Volume<T, Alloc>::~Volume() = default;
 
 inline IterationData Impl::computeIterationData(const Dimension<SizeType>& allocated, const RegionOfInterest& region,
                                                 const Orientation& orientation) {

@@ -1,0 +1,2 @@
+#define TAVI_INSTANTIATE template
+#include "CoreInstances.hpp"

@@ -1,0 +1,2 @@
+#define TAVI_TESTS_INSTANTIATE_VIEWS template
+#include "Remapping.hpp"

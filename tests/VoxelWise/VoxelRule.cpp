@@ -1,0 +1,2 @@
+#define TAVI_TESTS_INSTANTIATE_RULES template
+#include "VoxelWise/VoxelRule.hpp"

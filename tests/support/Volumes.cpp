@@ -1,0 +1,2 @@
+#define TAVI_TESTS_INSTANTIATE template
+#include "support/Volumes.hpp"
