@@ -15,7 +15,7 @@ export CMAKE_GENERATOR CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
 
 SOURCES = git ls-files -z -- '*.hpp' '*.cpp'
 
-.PHONY: demo test bench asan tsan docs format tidy release packages packages-tsan
+.PHONY: demo test bench asan tsan docs format tidy release packages packages-sanitizers
 
 demo: release
 	scripts/demo $(INPUT)
@@ -28,12 +28,12 @@ bench: packages
 	cmake --build --preset bench
 	scripts/bench $(FILTER)
 
-asan: packages
+asan: packages-sanitizers
 	cmake --preset asan
 	cmake --build --preset asan
 	ctest --preset asan
 
-tsan: packages-tsan
+tsan: packages-sanitizers
 	cmake --preset tsan
 	cmake --build --preset tsan
 	ctest --preset tsan
@@ -55,5 +55,5 @@ release: packages
 packages:
 	@scripts/install-dependencies
 
-packages-tsan:
-	@scripts/install-dependencies --tsan
+packages-sanitizers:
+	@scripts/install-dependencies --sanitizers

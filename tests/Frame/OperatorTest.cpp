@@ -283,6 +283,7 @@ TEST(CheckOutputVolumeFailure, AnotherVoxelTypeOrAllocator) {
 }
 
 TEST(CheckOutputVolumeFailure, ExtentsThatNoMemoryHoldsAreBadAllocAndLoseNothing) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
   const TestVolume<int16> given({2, 3, 4});
   given.fill({5, 6, 7});
   const SizeType side = SizeType{1} << 20;

@@ -1,3 +1,5 @@
+#include <support/FailingAllocation.hpp>
+
 #include <Host/RunTool.hpp>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -68,14 +70,23 @@ TEST(ToolMask, CrossesHoldTheLinesThroughTheMiddle) {
   EXPECT_EQ(std::count(voxels.begin(), voxels.end(), 1), 13);
 }
 
+/// What the tool says of a mask that it does not make.
+std::string complaint(const std::vector<std::string>& arguments, int status) {
+  const Outcome outcome = runQuietly(arguments);
+  EXPECT_EQ(outcome.status, status) << outcome.err;
+  EXPECT_EQ(outcome.out, "");
+  EXPECT_FALSE(exists("no.rek"));
+  return outcome.err;
+}
+
+TEST(ToolMaskFailure, MoreThanAnyMemoryHolds) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();  // of this program, and so of the tool
+  EXPECT_EQ(complaint({"mask", "box", "4000000000x1000000000x1", "-o", "no.rek"}, 1),
+            "tavi: CuboidMask: memory ran out\n");
+  EXPECT_EQ(complaint({"mask", "ball", "3999999999x999999999x1", "-o", "no.rek"}, 1), "tavi: memory ran out\n");
+}
+
 TEST(ToolMaskFailure, NamesWhatIsWrong) {
-  const auto complaint = [](const std::vector<std::string>& arguments, int status) {
-    const Outcome outcome = runQuietly(arguments);
-    EXPECT_EQ(outcome.status, status) << outcome.err;
-    EXPECT_EQ(outcome.out, "");
-    EXPECT_FALSE(exists("no.rek"));
-    return outcome.err;
-  };
   EXPECT_EQ(complaint({"mask", "cube", "3x3x3", "-o", "no.rek"}, 2),
             "tavi: \"cube\" is no shape of a mask; there are box, ball, cross\n");
   EXPECT_EQ(complaint({"mask", "ball", "3x4x3", "-o", "no.rek"}, 2),
@@ -87,9 +98,6 @@ TEST(ToolMaskFailure, NamesWhatIsWrong) {
             "tavi: extents=3x0x3: expected extents above 0 whose product fits 64 bits\n");
   EXPECT_EQ(complaint({"mask", "box", "3000000000x3000000000x3000000000", "-o", "no.rek"}, 2),
             "tavi: extents=3000000000x3000000000x3000000000: expected extents above 0 whose product fits 64 bits\n");
-  EXPECT_EQ(complaint({"mask", "box", "4000000000x1000000000x1", "-o", "no.rek"}, 1),
-            "tavi: CuboidMask: memory ran out\n");
-  EXPECT_EQ(complaint({"mask", "ball", "3999999999x999999999x1", "-o", "no.rek"}, 1), "tavi: memory ran out\n");
   EXPECT_EQ(complaint({"mask", "ball", "3x3x3", "-o", "absent/no.rek"}, 1),
             "tavi: NORV::TaviOperators::RekWriter::Operator< NORV::Tavi::Volume< NORV::uint8 , "
             "NORV::Tavi::Allocator::SingleBlockAllocator > > failed to open file\n"
