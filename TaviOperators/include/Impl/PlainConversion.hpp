@@ -7,7 +7,7 @@
 
 #ifdef TAVI_USE_HIGHWAY
 #include <hwy/highway.h>
-#if HWY_TARGET != HWY_SCALAR
+#if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 #define TAVI_VECTOR_TRUNCATION  // emulated, it would take numbers next to the lowest integer for that one
 #endif
 #endif
