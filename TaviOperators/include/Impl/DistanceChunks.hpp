@@ -228,10 +228,13 @@ private:
   /// Minima over 1, 2, 4 ... voxels to either side reach all distances of the chunk.
   template <uint8 width>
   void step() {
+    static_assert(width <= margin);
     uint8* const marks = this->marks();
+    const uint8* const before = marks - width;
+    const uint8* const behind = marks + width;
     alignas(64) std::array<uint8, distanceChunk> nearer;
     for (SizeType i = 0; i < distanceChunk; ++i) {
-      nearer[i] = smaller(marks[i], plusSteps(smaller(marks[i - width], marks[i + width]), width));
+      nearer[i] = smaller(marks[i], plusSteps(smaller(before[i], behind[i]), width));
     }
     std::memcpy(marks, nearer.data(), nearer.size());
   }
