@@ -34,7 +34,7 @@ namespace {
 
 constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
 // Sanitizers end the program over requests that the machine refuses, where other allocators just pass that on.
-constexpr std::size_t largestRequest = std::size_t{1} << 34;
+constexpr std::size_t largestRequest = std::size_t{1} << 33;
 
 thread_local std::size_t allowedAllocations = unlimited;
 std::atomic<std::int64_t> inUse{0}, bytes{0}, peakOfBytes{0};
