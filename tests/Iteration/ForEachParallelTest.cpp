@@ -392,6 +392,7 @@ TEST(ForEachParallelFailure, DifferentSizesThrowBeforeAnyWorkerStarts) {
 }
 
 TEST(ForEachParallelFailure, AnyAllocationThatFailsSurfacesAndGivesTheSettingBack) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
   const RuntimeSettings settings;
   omp_set_num_threads(3);
   const TestVolume<uint8> volume({2, 2, 6});

@@ -309,6 +309,7 @@ TEST(ExtremeValueCalculationFailure, AThreadCountThatThePropertyDoesNotHold) {
 }
 
 TEST(ExtremeValueCalculationFailure, AnyAllocationThatFailsSurfaces) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
   const RuntimeSettings settings;
   const TestVolume<uint8> volume({3, 2, 5});
   volume.fill({4, 9});

@@ -202,6 +202,7 @@ TEST(BorderInitializationFailure, AMissingValueOrOneOfAnotherType) {
 }
 
 TEST(BorderInitializationFailure, AnyAllocationThatFailsTakesItsRegionBack) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
   const RuntimeSettings settings;
   omp_set_num_threads(1);
   const TestVolume<uint8> volume(extents, regionLayout);

@@ -255,6 +255,7 @@ TEST(CopyFailure, AViewOfAnotherSizeCannotBeResized) {
 }
 
 TEST(CopyFailure, AnyAllocationThatFailsSurfacesAndLosesNothing) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
   const RuntimeSettings settings;
   omp_set_num_threads(2);
   const TestVolume<uint8> input(extents);

@@ -436,6 +436,7 @@ TEST(SaturationFailure, AThreadCountBeyond32BitsComesBeforeAMissingVolume) {
 }
 
 TEST(SaturationFailure, AnyAllocationThatFailsSurfacesAndLosesNothing) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
   const TestVolume<uint8> input({7, 3, 5});
   input.fill(mixedValues<uint8>(105));
   Frame frame;
