@@ -415,6 +415,7 @@ TEST_F(RekReaderFailure, HugeExtentsFailBeforeMemoryIsAskedFor) {
 }
 
 TEST_F(RekReaderFailure, FailingAllocationsLeaveNothingBehind) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
   const std::string file = write(HeaderBytes().code(8).shortSize(4, 2, 2).with("abcdefghijklmnop"));
   for (const Layout& layout : {denseLayout, regionLayout}) {
     const TestVolume<uint8> output({4, 2, 2}, layout);

@@ -244,6 +244,7 @@ TEST_F(RekTypeReaderFailure, FilesWithoutPermissionDoNotOpen) {
 }
 
 TEST_F(RekTypeReaderFailure, FailingAllocationsLeaveNothingBehind) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
   const std::string file = write(HeaderBytes().code(8).shortSize(2, 2, 2).with(8));
   const auto parameter = makeParameter<Typed::Parameter>();
   parameter->inputFilename = file;

@@ -280,6 +280,7 @@ public:
   }
 
   static void failingAllocations() {
+    SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
     const RuntimeSettings settings;
     const TestVolume<uint8> first(extents), second(extents), output({1, 1, 1});
     first.fill(mixedValues<uint8>(voxels, 1));
