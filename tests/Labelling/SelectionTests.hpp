@@ -425,11 +425,7 @@ public:
     input.fill({1, 2, 3, 4});
     label.fill(labels);
     const auto parameter = request<uint8, uint32>(input, label, nullptr, {}, 2, 9);
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-    GTEST_SKIP() << "this program's allocator ends it where the process may have no more memory";
-#endif
-#endif
+    SKIP_UNLESS_MEMORY_CAN_BE_LIMITED();
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
     rlimit small = before;

@@ -12,7 +12,25 @@
 #if __has_feature(thread_sanitizer)
 #define TAVI_FIXED_ALLOCATOR
 #endif
+#if __has_feature(address_sanitizer)
+#define TAVI_UNLIMITED_ALLOCATOR
 #endif
+#endif
+#ifdef __SANITIZE_ADDRESS__
+#define TAVI_UNLIMITED_ALLOCATOR
+#endif
+
+namespace NORV::Tests {
+
+bool memoryCanBeLimited() noexcept {
+#ifdef TAVI_UNLIMITED_ALLOCATOR
+  return false;
+#else
+  return true;
+#endif
+}
+
+}  // namespace NORV::Tests
 
 #ifdef TAVI_FIXED_ALLOCATOR
 
@@ -33,8 +51,8 @@ void startPeak() noexcept {}
 namespace {
 
 constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max();
-// Sanitizers end the program over requests that the machine refuses, where other allocators just pass that on.
-constexpr std::size_t largestRequest = std::size_t{1} << 33;
+// Sanitizers end the program over requests beyond what they support, where other allocators just refuse.
+constexpr std::size_t largestRequest = std::size_t{1} << 38;
 
 thread_local std::size_t allowedAllocations = unlimited;
 std::atomic<std::int64_t> inUse{0}, bytes{0}, peakOfBytes{0};

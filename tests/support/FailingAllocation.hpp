@@ -19,6 +19,17 @@ bool allocationsCanFail() noexcept;
   }                                                                \
   static_assert(true)
 
+/// Whether the process can be given less memory: the address sanitizer maps its own beside each block, and ends the
+/// program where it gets none.
+bool memoryCanBeLimited() noexcept;
+
+/// First in each test that limits the memory of the process.
+#define SKIP_UNLESS_MEMORY_CAN_BE_LIMITED()                                              \
+  if (!NORV::Tests::memoryCanBeLimited()) {                                              \
+    GTEST_SKIP() << "this program's allocator ends it where the process gets no memory"; \
+  }                                                                                      \
+  static_assert(true)
+
 /// While it lives, this thread's allocations from the global allocator fail after `allowed` further ones.
 class FailingAllocation {
 public:
