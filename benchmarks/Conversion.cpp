@@ -12,7 +12,7 @@
 #include <DLL/SwapByteOrder.hpp>
 #include <DLL/VoxelValueReplacement.hpp>
 #include <FixNaN.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <RangeBinarization.hpp>
 #include <Round.hpp>
 #include <StaticCast.hpp>

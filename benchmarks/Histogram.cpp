@@ -7,14 +7,14 @@
 #include <DLL/KMeansHistogramSegmentation.hpp>
 #include <HistogramEqualization.hpp>
 #include <HistogramSpecificationUsingReferenceVolume.hpp>
-#include <Impl/TableRule.hpp>
-#include <Impl/TransformVoxels.hpp>
-#include <Impl/Unstoppable.hpp>
+#include <Impl/Frame/Unstoppable.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <KMeansHistogramSegmentation.hpp>
 #include <Tavi/Dimension.hpp>
 #include <Tavi/Histogram.hpp>
 #include <Tavi/Volume.hpp>
 
+#include <Vectors/TableRule.hpp>
 #include <benchmark/benchmark.h>
 #include <omp.h>
 

@@ -4,7 +4,7 @@
 
 #include <DLL/ExtremeValueCalculation.hpp>
 #include <ExtremeValueCalculation.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 #include <string>
 #include <vector>

@@ -11,7 +11,7 @@
 #include <DLL/ConversionToAttenuationCoefficient.hpp>
 #include <DLL/Inversion.hpp>
 #include <DLL/RangeInversion.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <Inversion.hpp>
 #include <RangeInversion.hpp>
 

@@ -81,11 +81,12 @@ function(tavi_add_operators_library target)
   target_include_directories(
     ${target} PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/TaviOperators/include>
                      $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/tavi-operators>)
+  target_include_directories(${target} PRIVATE ${operators_dir}/src)
   target_link_libraries(${target} PUBLIC Tavi)
   # Third-party libraries stay behind the exported frames, so users of the package need none of them.
   target_link_libraries(${target} PRIVATE tavi_highway tavi_core_instances)
   tavi_library_options(${target})
-  tavi_precompile(${target} <DLL/Operator.hpp> <Impl/Dispatch.hpp> <Impl/Instances.hpp> <Operator.hpp>
+  tavi_precompile(${target} <DLL/Operator.hpp> <Impl/Frame/Dispatch.hpp> <Impl/Frame/Instances.hpp> <Operator.hpp>
                   ${TAVI_CORE_INSTANCES}.hpp)
   if(NOT TAVI_SANITIZE)
     target_link_options(${target} PRIVATE LINKER:--no-undefined)

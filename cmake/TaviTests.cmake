@@ -10,7 +10,7 @@ find_package(Threads REQUIRED)
 function(tavi_test_settings target)
   tavi_target_settings(${target} ARCH "${TAVI_ARCH}")
   tavi_quick_options(${target})
-  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/TaviOperators/src)
   target_link_libraries(${target} PRIVATE TaviOperatorTable tavi_core_instances tavi_highway GTest::gmock
                                           Threads::Threads)
 endfunction()
@@ -20,7 +20,7 @@ file(WRITE ${PROJECT_BINARY_DIR}/generated/TestHeaders.cpp "")
 add_executable(tavi_test_headers EXCLUDE_FROM_ALL ${PROJECT_BINARY_DIR}/generated/TestHeaders.cpp)
 tavi_test_settings(tavi_test_headers)
 target_link_libraries(tavi_test_headers PRIVATE GTest::gtest_main)
-tavi_precompile(tavi_test_headers <gmock/gmock.h> <gtest/gtest.h> <DLL/Operator.hpp> <Impl/Instances.hpp> <Operator.hpp>
+tavi_precompile(tavi_test_headers <gmock/gmock.h> <gtest/gtest.h> <DLL/Operator.hpp> <Impl/Frame/Instances.hpp> <Operator.hpp>
                 ${TAVI_CORE_INSTANCES}.hpp)
 
 # What most tests share; among it is a global allocator that fails and counts.

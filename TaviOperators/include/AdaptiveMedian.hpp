@@ -1,9 +1,10 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/KernelMedians.hpp>
+#include <Impl/Frame/Dispatch.hpp>
 #include <Operator.hpp>
 #include <Tavi/Vector.hpp>
+
+#include <Rank/KernelMedians.hpp>
 
 #include <string>
 #include <utility>
@@ -43,7 +44,7 @@ public:
     append(
         "inputKernelVolume", inputKernelVolume,
         {Takes::volumeList, required, "kernels of odd extents and an unsigned voxel type; voxels not 0 belong to one"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
     append("outputVolume", outputVolume, {Takes::volume, optional, "target of the same voxel type; made if absent"});
   }
   std::string getType() const override { return names.parameterType(); }

@@ -1,11 +1,12 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/Lanes.hpp>
-#include <Impl/LookupTable.hpp>
-#include <Impl/TransformVoxels.hpp>
-#include <Impl/WindowRule.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
+
+#include <Vectors/Lanes.hpp>
+#include <Vectors/LookupTable.hpp>
+#include <VoxelWise/WindowRule.hpp>
 
 #include <cmath>
 #include <limits>
@@ -37,14 +38,14 @@ public:
     append("outputVolume", outputVolume,
            {Takes::volume, required, "target; of the voxel type of the input, uint8 or uint16"});
     append("inputOriginalMinimumValue", inputOriginalMinimumValue,
-           {Takes::likeInput, required, "voxels at or below this grey value take the result minimum"});
+           like("inputVolume", required, "voxels at or below this grey value take the result minimum"));
     append("inputOriginalMaximumValue", inputOriginalMaximumValue,
-           {Takes::likeInput, required, "voxels at or above this grey value take the result maximum"});
+           like("inputVolume", required, "voxels at or above this grey value take the result maximum"));
     append("inputResultMinimumValue", inputResultMinimumValue,
-           {Takes::likeOutput, required, "grey value for the original minimum"});
+           like("outputVolume", required, "grey value for the original minimum"));
     append("inputResultMaximumValue", inputResultMaximumValue,
-           {Takes::likeOutput, required, "grey value for the original maximum"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+           like("outputVolume", required, "grey value for the original maximum"));
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
   }
   std::string getType() const override { return names.parameterType(); }
 };

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/Lanes.hpp>
-#include <Impl/LookupTable.hpp>
-#include <Impl/TransformVoxels.hpp>
-#include <Impl/WindowRule.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
 #include <Tavi/Exceptions.hpp>
+
+#include <Vectors/Lanes.hpp>
+#include <Vectors/LookupTable.hpp>
+#include <VoxelWise/WindowRule.hpp>
 
 #include <cmath>
 #include <limits>
@@ -42,20 +43,19 @@ public:
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume of scaled attenuation, uint8 or uint16"});
     append("inputMinimumAttenuationValue", inputMinimumAttenuationValue,
-           {Takes::number, required, "voxels below take the minimum grey value; float32, float64 for such an output"});
+           floatLike("outputVolume", required, "voxels below take the minimum grey value"));
     append("inputMaximumAttenuationValue", inputMaximumAttenuationValue,
-           {Takes::number, required, "voxels from here on take the maximum grey value; as the minimum"});
+           floatLike("outputVolume", required, "voxels from here on take the maximum grey value"));
     append("inputMinimumOutputGreyValue", inputMinimumOutputGreyValue,
-           {Takes::likeOutput, required, "grey value below the window"});
+           like("outputVolume", required, "grey value below the window"));
     append("inputMaximumOutputGreyValue", inputMaximumOutputGreyValue,
-           {Takes::likeOutput, required, "grey value above the window"});
-    append("inputOffset", inputOffset,
-           {Takes::number, required, "attenuation taken off after the division; as the minimum"});
+           like("outputVolume", required, "grey value above the window"));
+    append("inputOffset", inputOffset, floatLike("outputVolume", required, "attenuation taken off after the division"));
     append("inputFactor", inputFactor,
-           {Takes::number, required, "input grey values per unit of attenuation; as the minimum"});
+           floatLike("outputVolume", required, "input grey values per unit of attenuation"));
     append("outputVolume", outputVolume,
            {Takes::volume, optional, "target; uint8, uint16, uint32, float32 or float64; as the input if absent"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
   }
   std::string getType() const override { return names.parameterType(); }
 };

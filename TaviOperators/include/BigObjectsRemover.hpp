@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/ObjectSelection.hpp>
+#include <Labelling/ObjectSelection.hpp>
 
 #include <limits>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/ObjectSelection.hpp>
+#include <Labelling/ObjectSelection.hpp>
 
 /// Removes all objects of a volume but the largest, or those that share the largest size.
 namespace NORV::TaviOperators::BiggestObjectKeeper {

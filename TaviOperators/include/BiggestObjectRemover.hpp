@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/ObjectSelection.hpp>
+#include <Labelling/ObjectSelection.hpp>
 
 /// Removes the largest object of a volume, or all that share the largest size.
 ///

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/Binarization.hpp>
+#include <VoxelWise/Binarization.hpp>
 
 /// Separates the voxels that have all bits of a pattern set from all others. Every voxel has the pattern 0.
 ///
@@ -17,7 +17,7 @@ public:
   Parameter() {
     appendInputVolume();
     append("inputBitPattern", inputBitPattern,
-           {Takes::likeInput, required, "bits that all voxels of the foreground have"});
+           like("inputVolume", required, "bits that all voxels of the foreground have"));
     appendValuesAndThreads();
     appendOutputVolume(optional, "target, whose voxel type is that of the two values; made with the input's if absent");
   }

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/FillVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/FillVoxels.hpp>
 #include <Operator.hpp>
 
 #include <array>
@@ -24,7 +24,7 @@ public:
     append("modifyVolume", modifyVolume, {Takes::volume, required, "volume whose border is set"});
     append("inputExclusionRoi", inputExclusionRoi,
            {Takes::region, required, "box inside the view that keeps its voxels; an empty one keeps none"});
-    append("inputBorderValue", inputBorderValue, {Takes::likeInput, required, "grey value of the border"});
+    append("inputBorderValue", inputBorderValue, like("modifyVolume", required, "grey value of the border"));
   }
   std::string getType() const override { return names.parameterType(); }
 };

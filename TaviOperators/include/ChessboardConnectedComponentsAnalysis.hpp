@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/ConnectedComponents.hpp>
+#include <Labelling/ConnectedComponents.hpp>
 
 /// Numbers the objects of a volume, where voxels that share a face, an edge or a corner are of one object.
 namespace NORV::TaviOperators::ChessboardConnectedComponentsAnalysis {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/DistanceTransform.hpp>
+#include <Distance/DistanceTransform.hpp>
 
 #include <array>
 

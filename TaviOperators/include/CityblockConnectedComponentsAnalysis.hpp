@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/ConnectedComponents.hpp>
+#include <Labelling/ConnectedComponents.hpp>
 
 /// Numbers the objects of a volume, where voxels that share a face are of one object.
 namespace NORV::TaviOperators::CityblockConnectedComponentsAnalysis {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/DistanceTransform.hpp>
+#include <Distance/DistanceTransform.hpp>
 
 /// Gives each voxel the number of steps through faces to the nearest voxel of a given value.
 ///

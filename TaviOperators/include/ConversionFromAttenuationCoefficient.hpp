@@ -1,10 +1,11 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/Lanes.hpp>
-#include <Impl/TransformVoxels.hpp>
-#include <Impl/WindowRule.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
+
+#include <Vectors/Lanes.hpp>
+#include <VoxelWise/WindowRule.hpp>
 
 #include <cmath>
 #include <limits>
@@ -39,16 +40,16 @@ public:
     append("inputVolume", inputVolume,
            {Takes::volume, required, "volume of attenuation coefficients, float32 or float64"});
     append("inputMinimumCoefficient", inputMinimumCoefficient,
-           {Takes::likeInput, required, "coefficients below take the minimum scaled value"});
+           like("inputVolume", required, "coefficients below take the minimum scaled value"));
     append("inputMaximumCoefficient", inputMaximumCoefficient,
-           {Takes::likeInput, required, "coefficients above take the maximum scaled value"});
+           like("inputVolume", required, "coefficients above take the maximum scaled value"));
     append("inputMinimumScaledValue", inputMinimumScaledValue,
-           {Takes::likeOutput, required, "grey value for the minimum coefficient"});
+           like("outputVolume", required, "grey value for the minimum coefficient"));
     append("inputMaximumScaledValue", inputMaximumScaledValue,
-           {Takes::likeOutput, required, "grey value for the maximum coefficient"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
-    append("outputFactor", outputFactor, {Takes::likeInput, optional, "grey values per unit of the coefficient"});
-    append("outputOffset", outputOffset, {Takes::likeInput, optional, "coefficient added before the multiplication"});
+           like("outputVolume", required, "grey value for the maximum coefficient"));
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
+    append("outputFactor", outputFactor, like("inputVolume", optional, "grey values per unit of the coefficient"));
+    append("outputOffset", outputOffset, like("inputVolume", optional, "coefficient added before the multiplication"));
     append("outputVolume", outputVolume, {Takes::volume, required, "target of scaled grey values, uint8 or uint16"});
   }
   std::string getType() const override { return names.parameterType(); }

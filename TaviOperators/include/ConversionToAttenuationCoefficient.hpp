@@ -1,9 +1,10 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/Lanes.hpp>
-#include <Impl/TransformVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
+
+#include <Vectors/Lanes.hpp>
 
 /// Turns grey values into attenuation coefficients: voxel / inputFactor - inputOffset.
 ///
@@ -25,11 +26,11 @@ public:
 
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume of scaled grey values, uint8 or uint16"});
-    append("inputOffset", inputOffset, {Takes::likeOutput, required, "coefficient taken off after the division"});
-    append("inputFactor", inputFactor, {Takes::likeOutput, required, "grey values per unit of the coefficient"});
+    append("inputOffset", inputOffset, like("outputVolume", required, "coefficient taken off after the division"));
+    append("inputFactor", inputFactor, like("outputVolume", required, "grey values per unit of the coefficient"));
     append("outputVolume", outputVolume,
            {Takes::volume, required, "target of attenuation coefficients, float32 or float64"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
   }
   std::string getType() const override { return names.parameterType(); }
 };

@@ -1,14 +1,15 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/MinimumRows.hpp>
-#include <Impl/PerThread.hpp>
-#include <Impl/RankFilter.hpp>
-#include <Impl/SharedErosion.hpp>
-#include <Impl/SliceLoop.hpp>
-#include <Impl/StructuringElement.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/PerThread.hpp>
+#include <Impl/Loops/SliceLoop.hpp>
 #include <Operator.hpp>
 #include <Tavi/MaskOffsets.hpp>
+
+#include <Rank/MinimumRows.hpp>
+#include <Rank/RankFilter.hpp>
+#include <Rank/SharedErosion.hpp>
+#include <Rank/StructuringElement.hpp>
 
 #include <atomic>
 #include <string>

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/RowExtremes.hpp>
-#include <Impl/SliceLoop.hpp>
-#include <Impl/View.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/SliceLoop.hpp>
+#include <Impl/Loops/View.hpp>
 #include <Operator.hpp>
+
+#include <Measurement/RowExtremes.hpp>
 
 #include <vector>
 
@@ -27,9 +28,9 @@ public:
 
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume to look through"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
-    append("outputMinimumValue", outputMinimumValue, {Takes::likeInput, optional, "smallest grey value"});
-    append("outputMaximumValue", outputMaximumValue, {Takes::likeInput, optional, "largest grey value"});
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
+    append("outputMinimumValue", outputMinimumValue, like("inputVolume", optional, "smallest grey value"));
+    append("outputMaximumValue", outputMaximumValue, like("inputVolume", optional, "largest grey value"));
   }
   std::string getType() const override { return names.parameterType(); }
 };

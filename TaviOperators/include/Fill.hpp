@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/FillVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/FillVoxels.hpp>
 #include <Operator.hpp>
 
 /// Sets every voxel of the view of a volume to one value. It has no exported frame.
@@ -20,8 +20,8 @@ public:
 
   Parameter() {
     append("modifyVolume", modifyVolume, {Takes::volume, required, "volume whose view is filled"});
-    append("inputValue", inputValue, {Takes::likeInput, required, "grey value that every voxel takes"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("inputValue", inputValue, like("modifyVolume", required, "grey value that every voxel takes"));
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
   }
   std::string getType() const override { return names.parameterType(); }
 };

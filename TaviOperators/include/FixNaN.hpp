@@ -1,9 +1,10 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/Lanes.hpp>
-#include <Impl/TransformVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
+
+#include <Vectors/Lanes.hpp>
 
 /// Replaces every voxel that is no number (NaN) by a value. Infinities are numbers here.
 ///
@@ -23,8 +24,8 @@ public:
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume of floating-point voxels to repair"});
     append("inputReplacementValue", inputReplacementValue,
-           {Takes::likeInput, required, "grey value that takes the place of NaN"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+           like("inputVolume", required, "grey value that takes the place of NaN"));
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
     append("outputVolume", outputVolume, {Takes::volume, required, "target of the same voxel type"});
   }
   std::string getType() const override { return names.parameterType(); }

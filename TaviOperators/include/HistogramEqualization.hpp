@@ -1,15 +1,15 @@
 #pragma once
 
-#include <Impl/CumulativeCounts.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/PerThread.hpp>
-#include <Impl/SliceLoop.hpp>
-#include <Impl/TableRule.hpp>
-#include <Impl/TransformVoxels.hpp>
-#include <Impl/Unstoppable.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Unstoppable.hpp>
+#include <Impl/Loops/PerThread.hpp>
+#include <Impl/Loops/SliceLoop.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
 #include <Tavi/CountVoxels.hpp>
 
+#include <Histogram/CumulativeCounts.hpp>
+#include <Vectors/TableRule.hpp>
 #include <omp.h>
 
 #include <algorithm>
@@ -46,11 +46,11 @@ public:
 
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume to equalise, of an integer type"});
-    append("inputMinimumThreshold", inputMinimumThreshold, {Takes::likeInput, required, "lower end of the range"});
+    append("inputMinimumThreshold", inputMinimumThreshold, like("inputVolume", required, "lower end of the range"));
     append("outputVolume", outputVolume, {Takes::volume, required, "target of the same voxel type"});
     append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: one"});
     append("inputMaximumThreshold", inputMaximumThreshold,
-           {Takes::likeInput, required, "upper end of the range; 0: the largest value of the type"});
+           like("inputVolume", required, "upper end of the range; 0: the largest value of the type"));
   }
   std::string getType() const override { return names.parameterType(); }
 };

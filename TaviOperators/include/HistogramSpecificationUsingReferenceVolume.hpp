@@ -1,13 +1,14 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/SliceLoop.hpp>
-#include <Impl/TableRule.hpp>
-#include <Impl/Unstoppable.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Unstoppable.hpp>
+#include <Impl/Loops/SliceLoop.hpp>
 #include <Operator.hpp>
 #include <Tavi/ForEachParallel.hpp>
 #include <Tavi/Histogram.hpp>
 #include <Tavi/Operator.hpp>
+
+#include <Vectors/TableRule.hpp>
 
 #include <cmath>
 #include <memory>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Impl/HistogramUpdate.hpp>
-#include <Impl/MinimumRows.hpp>
+#include <Rank/HistogramUpdate.hpp>
+#include <Rank/MinimumRows.hpp>
 
 #include <utility>
 #include <vector>

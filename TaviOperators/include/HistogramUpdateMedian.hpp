@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Impl/HistogramUpdate.hpp>
-#include <Impl/MedianRows.hpp>
+#include <Rank/HistogramUpdate.hpp>
+#include <Rank/MedianRows.hpp>
 
 /// Writes to each voxel the median of the voxels under a structuring element.
 ///

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <Features.hpp>
-#include <Impl/RunSums.hpp>
 #include <Tavi/Types.hpp>
+
+#include <Measurement/RunSums.hpp>
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/TransformVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
 
 /// Inverts the grey values of an integer volume over the whole range of the voxel type: each voxel becomes its bitwise
@@ -21,7 +21,7 @@ public:
 
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume of integers to invert"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
     append("outputVolume", outputVolume, {Takes::volume, required, "target of the same voxel type"});
   }
   std::string getType() const override { return names.parameterType(); }

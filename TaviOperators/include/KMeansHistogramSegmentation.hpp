@@ -1,12 +1,13 @@
 #pragma once
 
 #include <ExtremeValueCalculation.hpp>
-#include <Impl/CountVoxels.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/HistogramKMeans.hpp>
-#include <Impl/TableRule.hpp>
-#include <Impl/TransformVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
+
+#include <Histogram/CountVoxels.hpp>
+#include <Histogram/HistogramKMeans.hpp>
+#include <Vectors/TableRule.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -43,7 +44,7 @@ public:
            {Takes::count, optional, "most iterations; 0 and the default: until the centres rest"});
     append("inputEpsilon", inputEpsilon,
            {Takes::number, optional, "grey values by which all centres together may still move at the end"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
     append("outputLabelVolume", outputLabelVolume,
            {Takes::volume, optional, "class of each voxel, uint8 or uint16; made like the input if absent"});
     inputNumberOfIterations = noLimit;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/PairwiseChoice.hpp>
+#include <VoxelWise/PairwiseChoice.hpp>
 
 /// Gives each voxel the smaller of the voxels of two volumes at its place.
 namespace NORV::TaviOperators::Minimum {

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <Parameter.hpp>
 #include <Tavi/CompositeLeaf.hpp>
-#include <Tavi/CompositeOfProperties.hpp>
 #include <Tavi/IOperator.hpp>
 #include <Tavi/IVolume.hpp>
 #include <Tavi/NestableLock.hpp>
@@ -19,27 +19,8 @@
 
 namespace NORV::TaviOperators {
 
-using Tavi::Dimension;
-using Tavi::DynamicCast;
-using Tavi::IOperator;
-using Tavi::IVolume;
-using Tavi::Position;
-using Tavi::Progress;
-using Tavi::RegionOfInterest;
-using Tavi::SizeType;
-using Tavi::SmartPointer;
-using Tavi::Triple;
 using Tavi::Volume;
 using Tavi::VolumePtr;
-using Tavi::Persistence::CompositeOfProperties;
-using Tavi::Persistence::Data;
-using Tavi::Persistence::DataPtr;
-using Tavi::Persistence::IComposite;
-using Tavi::Persistence::IData;
-using Tavi::Persistence::KeyInfo;
-using Tavi::Persistence::optional;
-using Tavi::Persistence::required;
-using Tavi::Persistence::Takes;
 
 /// The voxel type behind a volume pointer.
 template <class VolumePointer>

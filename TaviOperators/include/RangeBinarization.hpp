@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/Binarization.hpp>
+#include <VoxelWise/Binarization.hpp>
 
 /// Separates the voxels within a range of grey values, both limits included, from all others.
 ///
@@ -21,9 +21,9 @@ public:
     appendInputVolume();
     appendOutputVolume(required, "target, whose voxel type is that of the two values");
     append("inputMinimumThreshold", inputMinimumThreshold,
-           {Takes::likeInput, required, "lowest grey value of the foreground"});
+           like("inputVolume", required, "lowest grey value of the foreground"));
     append("inputMaximumThreshold", inputMaximumThreshold,
-           {Takes::likeInput, required, "highest grey value of the foreground"});
+           like("inputVolume", required, "highest grey value of the foreground"));
     appendValuesAndThreads();
   }
   std::string getType() const override { return names.parameterType(); }

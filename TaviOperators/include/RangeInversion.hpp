@@ -1,8 +1,8 @@
 #pragma once
 
 #include <ExtremeValueCalculation.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/TransformVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
 
 #include <type_traits>
@@ -28,7 +28,7 @@ public:
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume to mirror"});
     append("outputVolume", outputVolume, {Takes::volume, required, "target of the same voxel type"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
   }
   std::string getType() const override { return names.parameterType(); }
 };

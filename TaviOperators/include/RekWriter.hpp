@@ -1,11 +1,12 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/FileStream.hpp>
-#include <Impl/RekHeader.hpp>
-#include <Impl/SliceTransfer.hpp>
+#include <Impl/Frame/Dispatch.hpp>
 #include <Operator.hpp>
 #include <RekHeaderComposite.hpp>
+
+#include <Files/FileStream.hpp>
+#include <Files/Rek/RekHeader.hpp>
+#include <Files/SliceTransfer.hpp>
 
 #include <string>
 

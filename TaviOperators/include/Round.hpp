@@ -1,9 +1,10 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/Lanes.hpp>
-#include <Impl/TransformVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
+
+#include <Vectors/Lanes.hpp>
 
 #include <cmath>
 
@@ -28,7 +29,7 @@ public:
     append("inputVolume", inputVolume, {Takes::volume, required, "volume of floating-point voxels to round"});
     append("inputDecimalPlaces", inputDecimalPlaces,
            {Takes::count, optional, "digits that stay behind the decimal point; 0: whole numbers"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
     append("outputVolume", outputVolume, {Takes::volume, required, "target of the same voxel type"});
   }
   std::string getType() const override { return names.parameterType(); }

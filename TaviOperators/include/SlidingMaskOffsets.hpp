@@ -1,7 +1,8 @@
 #pragma once
 
-#include <Impl/RankFilter.hpp>
-#include <Impl/View.hpp>
+#include <Impl/Loops/View.hpp>
+
+#include <Rank/RankFilter.hpp>
 
 #include <algorithm>
 #include <vector>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/ObjectSelection.hpp>
+#include <Labelling/ObjectSelection.hpp>
 
 /// Removes the objects of a volume that have fewer voxels than a threshold.
 ///

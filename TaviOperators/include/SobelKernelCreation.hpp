@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/View.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/View.hpp>
 #include <Operator.hpp>
 
 #include <array>

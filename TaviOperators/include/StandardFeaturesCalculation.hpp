@@ -1,15 +1,16 @@
 #pragma once
 
 #include <Features.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/LabelRuns.hpp>
-#include <Impl/PerThread.hpp>
-#include <Impl/SliceLoop.hpp>
-#include <Impl/View.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/PerThread.hpp>
+#include <Impl/Loops/SliceLoop.hpp>
+#include <Impl/Loops/View.hpp>
 #include <InternalFeatures.hpp>
 #include <Operator.hpp>
 #include <Tavi/Exceptions.hpp>
 #include <Tavi/ReadData.hpp>
+
+#include <Measurement/LabelRuns.hpp>
 
 #include <algorithm>
 #include <array>
@@ -40,10 +41,11 @@ public:
   Parameter() {
     append("inputLabelVolume", inputLabelVolume, {Takes::volume, required, "labels, of an unsigned voxel type"});
     append("inputValueVolume", inputValueVolume, {Takes::volume, required, "grey values, of the same extents"});
-    append("inputMinimumLabel", inputMinimumLabel, {Takes::likeInput, required, "smallest label that is measured"});
+    append("inputMinimumLabel", inputMinimumLabel,
+           like("inputLabelVolume", required, "smallest label that is measured"));
     append("inputMaximumLabel", inputMaximumLabel,
-           {Takes::likeInput, required, "largest label that is measured; memory grows with it"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+           like("inputLabelVolume", required, "largest label that is measured; memory grows with it"));
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
     append("outputFeaturesVector", outputFeaturesVector,
            {Takes::object, optional, "a record for each label that occurs, in ascending order"});
   }

@@ -1,10 +1,11 @@
 #pragma once
 
-#include <Impl/BitsView.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/PlainConversion.hpp>
-#include <Impl/TransformVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/BitsView.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
+
+#include <Vectors/PlainConversion.hpp>
 
 #include <type_traits>
 
@@ -25,7 +26,7 @@ public:
 
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume to convert"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
     append("outputVolume", outputVolume,
            {Takes::volume, optional, "target, whose voxel type is converted to; made with the input's if absent"});
   }

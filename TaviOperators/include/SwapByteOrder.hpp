@@ -1,8 +1,8 @@
 #pragma once
 
-#include <Impl/BitsView.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/TransformVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/BitsView.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
 
 /// Reverses the bytes of each voxel, so that volumes of machines with the other byte order can be read. Voxels of one
@@ -22,7 +22,7 @@ public:
 
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume of integers whose bytes are reversed"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
     append("outputVolume", outputVolume, {Takes::volume, optional, "target of the same voxel type; made if absent"});
   }
   std::string getType() const override { return names.parameterType(); }

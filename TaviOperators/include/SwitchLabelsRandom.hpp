@@ -1,8 +1,8 @@
 #pragma once
 
 #include <Array.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/View.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/View.hpp>
 #include <Operator.hpp>
 #include <Tavi/CheckedCast.hpp>
 

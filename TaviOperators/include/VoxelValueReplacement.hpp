@@ -1,8 +1,8 @@
 #pragma once
 
-#include <Impl/BitsView.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/TransformVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/BitsView.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
 #include <Tavi/ForEachParallel.hpp>
 #include <Tavi/Operator.hpp>
@@ -25,8 +25,8 @@ public:
 
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume in which a grey value is replaced"});
-    append("inputChangingValue", inputChangingValue, {Takes::likeInput, required, "grey value that is replaced"});
-    append("inputNewValue", inputNewValue, {Takes::likeInput, required, "grey value that takes its place"});
+    append("inputChangingValue", inputChangingValue, like("inputVolume", required, "grey value that is replaced"));
+    append("inputNewValue", inputNewValue, like("inputVolume", required, "grey value that takes its place"));
     append("outputVolume", outputVolume, {Takes::volume, optional, "target of the same voxel type; made if absent"});
   }
   std::string getType() const override { return names.parameterType(); }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/FillVoxels.hpp>
-#include <Impl/SliceLoop.hpp>
-#include <Impl/Unstoppable.hpp>
-#include <Impl/View.hpp>
-#include <Impl/VoxelTypeDispatch.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Unstoppable.hpp>
+#include <Impl/Frame/VoxelTypeDispatch.hpp>
+#include <Impl/Loops/FillVoxels.hpp>
+#include <Impl/Loops/SliceLoop.hpp>
+#include <Impl/Loops/View.hpp>
 #include <Operator.hpp>
 
 #include <algorithm>
@@ -33,10 +33,10 @@ public:
 
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume whose sign changes at edges"});
-    append("inputEdgeValue", inputEdgeValue, {Takes::likeOutput, required, "grey value of edge voxels"});
+    append("inputEdgeValue", inputEdgeValue, like("outputVolume", required, "grey value of edge voxels"));
     append("inputBackgroundValue", inputBackgroundValue,
-           {Takes::likeOutput, required, "grey value of all other voxels"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+           like("outputVolume", required, "grey value of all other voxels"));
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
     append("outputVolume", outputVolume, {Takes::volume, required, "target, uint8 or uint16"});
   }
   std::string getType() const override { return names.parameterType(); }

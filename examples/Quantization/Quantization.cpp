@@ -1,5 +1,5 @@
-#include <Impl/Dispatch.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <Quantization.hpp>
 #include <QuantizationFrame.hpp>
 

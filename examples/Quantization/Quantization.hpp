@@ -1,7 +1,7 @@
 #pragma once
 
-#include <Impl/Dispatch.hpp>
-#include <Impl/TransformVoxels.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
 
 #include <cmath>
@@ -24,8 +24,8 @@ public:
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume to quantize"});
     append("outputVolume", outputVolume, {Takes::volume, optional, "target of the same voxel type; made if absent"});
-    append("inputStep", inputStep, {Takes::likeInput, required, "distance of the grey values that remain; above 0"});
-    append("inputNumberOfThreads", inputNumberOfThreads, {Takes::count, optional, "worker threads; 0: all there are"});
+    append("inputStep", inputStep, like("inputVolume", required, "distance of the grey values that remain; above 0"));
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
   }
   std::string getType() const override { return names.parameterType(); }
 };

@@ -41,7 +41,7 @@ public:
     append("inputCount", inputCount, {Takes::count, optional, "how many"});
     append("inputNumber", inputNumber);
     append("inputText", inputText);
-    append("inputLimit", inputLimit, {Takes::likeInput, required, "the limit"});
+    append("inputLimit", inputLimit, like("inputVolume", required, "the limit"));
     append("inputTriple", inputTriple);
     append("inputDimension", inputDimension);
     append("inputPosition", inputPosition);

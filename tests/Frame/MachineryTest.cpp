@@ -5,9 +5,9 @@
 #include <DLL/Maximum.hpp>
 #include <DLL/Minimum.hpp>
 #include <DLL/Saturation.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/Instances.hpp>
-#include <Impl/Names.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
+#include <Impl/Frame/Names.hpp>
 #include <Saturation.hpp>
 
 #include <gtest/gtest.h>

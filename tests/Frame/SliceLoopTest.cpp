@@ -1,9 +1,9 @@
 #include "support/Operators.hpp"
 #include "support/Rerun.hpp"
 
-#include <Impl/PerThread.hpp>
-#include <Impl/SliceLoop.hpp>
-#include <Impl/ThreadCount.hpp>
+#include <Impl/Frame/ThreadCount.hpp>
+#include <Impl/Loops/PerThread.hpp>
+#include <Impl/Loops/SliceLoop.hpp>
 #include <Operator.hpp>
 #include <Tavi/CheckedCast.hpp>
 

@@ -1,9 +1,9 @@
 #include "support/Operators.hpp"
 #include "support/Volumes.hpp"
 
-#include <Impl/FillVoxels.hpp>
-#include <Impl/TransformVoxels.hpp>
-#include <Impl/View.hpp>
+#include <Impl/Loops/FillVoxels.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
+#include <Impl/Loops/View.hpp>
 #include <Operator.hpp>
 #include <Tavi/StreamingStore.hpp>
 

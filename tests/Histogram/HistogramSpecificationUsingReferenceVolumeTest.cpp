@@ -1,6 +1,6 @@
 #include <DLL/HistogramSpecificationUsingReferenceVolume.hpp>
 #include <HistogramSpecificationUsingReferenceVolume.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <Tavi/ClassFactory.hpp>
 
 #include <Histogram/Volumes.hpp>

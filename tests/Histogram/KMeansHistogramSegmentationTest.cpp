@@ -1,9 +1,9 @@
 #include <DLL/KMeansHistogramSegmentation.hpp>
-#include <Impl/HistogramKMeans.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <KMeansHistogramSegmentation.hpp>
 #include <Tavi/ClassFactory.hpp>
 
+#include <Histogram/HistogramKMeans.hpp>
 #include <Histogram/Volumes.hpp>
 #include <gtest/gtest.h>
 #include <omp.h>

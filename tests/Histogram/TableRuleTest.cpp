@@ -1,6 +1,6 @@
-#include <Impl/Instances.hpp>
-#include <Impl/TableRule.hpp>
+#include <Impl/Frame/Instances.hpp>
 
+#include <Vectors/TableRule.hpp>
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include <AdjustLinear.hpp>
 #include <DLL/AdjustLinear.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace {
 

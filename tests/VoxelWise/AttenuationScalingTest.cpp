@@ -2,7 +2,7 @@
 
 #include <AttenuationScaling.hpp>
 #include <DLL/AttenuationScaling.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace {
 

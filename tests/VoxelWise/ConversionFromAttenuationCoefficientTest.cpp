@@ -4,7 +4,7 @@
 #include <ConversionToAttenuationCoefficient.hpp>
 #include <DLL/ConversionFromAttenuationCoefficient.hpp>
 #include <DLL/ConversionToAttenuationCoefficient.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <ConversionToAttenuationCoefficient.hpp>
 #include <DLL/ConversionToAttenuationCoefficient.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace {
 

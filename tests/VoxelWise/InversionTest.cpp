@@ -1,7 +1,7 @@
 #include "Remapping.hpp"
 
 #include <DLL/Inversion.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <Inversion.hpp>
 
 namespace {

@@ -1,7 +1,7 @@
-#include "PairwiseChoice.hpp"
-
 #include <DLL/Maximum.hpp>
 #include <Maximum.hpp>
+
+#include <VoxelWise/PairwiseChoiceTests.hpp>
 
 namespace NORV::Tests {
 namespace {

@@ -1,7 +1,7 @@
-#include "PairwiseChoice.hpp"
-
 #include <DLL/Minimum.hpp>
 #include <Minimum.hpp>
+
+#include <VoxelWise/PairwiseChoiceTests.hpp>
 
 namespace NORV::Tests {
 namespace {

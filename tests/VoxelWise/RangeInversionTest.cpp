@@ -1,7 +1,7 @@
 #include "Remapping.hpp"
 
 #include <DLL/RangeInversion.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <RangeInversion.hpp>
 
 namespace {

@@ -2,8 +2,9 @@
 #include "VoxelWise/VoxelRule.hpp"
 
 #include <DLL/StaticCast.hpp>
-#include <Impl/PlainConversion.hpp>
 #include <StaticCast.hpp>
+
+#include <Vectors/PlainConversion.hpp>
 
 #include <cmath>
 #include <limits>

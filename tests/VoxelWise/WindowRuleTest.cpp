@@ -4,8 +4,8 @@
 #include <AttenuationScaling.hpp>
 #include <ConversionFromAttenuationCoefficient.hpp>
 #include <ConversionToAttenuationCoefficient.hpp>
-#include <Impl/WindowRule.hpp>
 
+#include <VoxelWise/WindowRule.hpp>
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -277,10 +277,14 @@ const char* takesText(Takes takes) {
       return "mask volume";
     case Takes::volumeList:
       return "list of volumes";
-    case Takes::likeInput:
-      return "value of the input's voxel type";
-    case Takes::likeOutput:
-      return "value of the output's voxel type";
+    case Takes::like:
+      return "grey value";
+    case Takes::labelVolume:
+      return "label volume";
+    case Takes::matrix:
+      return "matrix";
+    case Takes::position:
+      return "position";
     case Takes::count:
       return "count";
     case Takes::number:

@@ -166,7 +166,7 @@ private:
         requireLoadable(key, text);
       } else if (key.info.takes == Takes::volumeList) {
         forEachInList(text, [&](const std::string& each) { requireLoadable(key, each); });
-      } else if (key.info.takes != Takes::likeInput && key.info.takes != Takes::likeOutput && !isMiddle(key, text)) {
+      } else if (key.info.takes != Takes::like && !isMiddle(key, text)) {
         setValue(key);
       }
     }
@@ -286,20 +286,17 @@ private:
     const auto present = _parameter->getValue(key.key);
     std::string type = dataTypeOf(present);
     switch (key.info.takes) {
-      case Takes::likeInput:
-        type = voxelTypeFor(key.key, inputLike(key.key));
-        break;
-      case Takes::likeOutput: {
-        const std::string output = firstVolumeKey(_keys, {"output"});
-        const bool given = volumeOf(output) != nullptr;
-        type = voxelTypeFor(key.key, given ? output : firstVolumeKey(_keys, {"input", "modify"}));
+      case Takes::like: {
+        // An output that is made takes the voxel type of the input.
+        const bool given = volumeOf(key.info.likeKey) != nullptr;
+        type = voxelTypeFor(key.key, given ? key.info.likeKey : firstVolumeKey(_keys, {"input", "modify"}));
         break;
       }
       case Takes::count:
         type = type.empty() ? Tavi::typeName<uint64> : type;
         break;
       case Takes::number:
-        type = type.empty() ? Tavi::typeName<float64> : type;
+        type = type.empty() ? valueTypeOf(key) : type;
         break;
       case Takes::flag:
         type = type.empty() ? Tavi::typeName<bool> : type;
@@ -321,15 +318,14 @@ private:
     }
   }
 
-  /// A value is of the voxel type of the first input, but a label of that of the labels.
-  std::string inputLike(const std::string& key) const {
-    const bool isLabel = key.ends_with("Label");
-    for (const KeyDescription& each : _keys) {
-      if (isLabel && each.key == "inputLabelVolume") {
-        return each.key;
-      }
+  /// The type of a number whose property takes any: as the key table says, float64 where it says nothing.
+  std::string valueTypeOf(const KeyDescription& key) const {
+    if (*key.info.likeKey != '\0') {
+      const auto volume = volumeOf(key.info.likeKey);
+      const bool isWide = volume != nullptr && volume->getVoxelType() == Tavi::typeName<float64>;
+      return isWide ? Tavi::typeName<float64> : Tavi::typeName<float32>;
     }
-    return firstVolumeKey(_keys, {"input", "modify"});
+    return *key.info.valueType != '\0' ? key.info.valueType : Tavi::typeName<float64>;
   }
 
   std::string voxelTypeFor(const std::string& key, const std::string& volumeKey) const {

@@ -182,11 +182,12 @@ const char* syntaxOf(Takes takes) {
   switch (takes) {
     case Takes::volume:
     case Takes::mask:
+    case Takes::labelVolume:
+    case Takes::matrix:
       return "<file>";
     case Takes::volumeList:
       return "<file>,<file>,...";
-    case Takes::likeInput:
-    case Takes::likeOutput:
+    case Takes::like:
     case Takes::number:
       return "<number>";
     case Takes::count:
@@ -198,6 +199,7 @@ const char* syntaxOf(Takes takes) {
     case Takes::fileName:
       return "<file>";
     case Takes::dimension:
+    case Takes::position:
       return "AxBxC";
     case Takes::region:
       return "AxBxC+x+y+z";

@@ -19,8 +19,10 @@ using Persistence::KeyInfo;
 using Persistence::Takes;
 
 inline constexpr KeyInfo dimensionKey{Takes::dimension, Persistence::required, "extents of the mask in voxels"};
-inline constexpr KeyInfo backgroundKey{Takes::likeOutput, Persistence::required, "voxels outside the element"};
-inline constexpr KeyInfo foregroundKey{Takes::likeOutput, Persistence::required, "voxels inside the element, uint8"};
+inline constexpr KeyInfo backgroundKey =
+    Persistence::like("outputMask", Persistence::required, "voxels outside the element");
+inline constexpr KeyInfo foregroundKey =
+    Persistence::like("outputMask", Persistence::required, "voxels inside the element, uint8");
 inline constexpr KeyInfo maskKey{Takes::mask, Persistence::optional, "target, a uint8 volume; made if absent"};
 
 /// What the builders of elements with a background have in common, in the order of their keys.

@@ -1,6 +1,6 @@
 // Registers the classes of the core in the factory: a class does so in whatever library constructs it.
 
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <Tavi/Allocators.hpp>
 #include <Tavi/Data.hpp>
 #include <Tavi/Dimension.hpp>

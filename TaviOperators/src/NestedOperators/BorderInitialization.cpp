@@ -1,5 +1,5 @@
 #include <BorderInitialization.hpp>
-#include <Impl/NestedOperator.hpp>
+#include <Impl/Frame/NestedOperator.hpp>
 
 template struct NORV::TaviOperators::Impl::NestedOperator<NORV::TaviOperators::BorderInitialization::Operator,
                                                           NORV::TaviOperators::Impl::UnsignedVoxelTypes>;

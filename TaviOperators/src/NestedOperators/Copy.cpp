@@ -1,4 +1,4 @@
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <Tavi/Copy.hpp>
 
 namespace NORV::TaviOperators::Impl {

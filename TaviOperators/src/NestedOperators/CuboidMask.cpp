@@ -1,4 +1,4 @@
-#include <Impl/NestedOperator.hpp>
+#include <Impl/Frame/NestedOperator.hpp>
 #include <Tavi/CuboidMask.hpp>
 
 namespace NORV::TaviOperators::Impl {

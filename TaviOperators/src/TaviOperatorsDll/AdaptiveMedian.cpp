@@ -1,7 +1,7 @@
 #include <AdaptiveMedian.hpp>
 #include <DLL/AdaptiveMedian.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace NORV::TaviOperators::DLL {
 namespace {

@@ -1,7 +1,7 @@
 #include <AdjustLinear.hpp>
 #include <DLL/AdjustLinear.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 #include <type_traits>
 

@@ -1,6 +1,6 @@
 #include <BigObjectsRemover.hpp>
 #include <DLL/BigObjectsRemover.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace NORV::TaviOperators::DLL {
 namespace {

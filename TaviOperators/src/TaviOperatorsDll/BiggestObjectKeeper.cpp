@@ -1,6 +1,6 @@
 #include <BiggestObjectKeeper.hpp>
 #include <DLL/BiggestObjectKeeper.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace NORV::TaviOperators::DLL {
 namespace {

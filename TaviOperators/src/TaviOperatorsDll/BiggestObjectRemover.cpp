@@ -1,6 +1,6 @@
 #include <BiggestObjectRemover.hpp>
 #include <DLL/BiggestObjectRemover.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace NORV::TaviOperators::DLL {
 namespace {

@@ -1,6 +1,6 @@
 #include <ChessboardConnectedComponentsAnalysis.hpp>
 #include <DLL/ChessboardConnectedComponentsAnalysis.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace NORV::TaviOperators::DLL {
 namespace {

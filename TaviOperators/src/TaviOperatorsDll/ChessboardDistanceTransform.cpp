@@ -1,7 +1,7 @@
 #include <ChessboardDistanceTransform.hpp>
 #include <DLL/ChessboardDistanceTransform.hpp>
-#include <Impl/Instances.hpp>
-#include <Impl/VoxelTypeDispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
+#include <Impl/Frame/VoxelTypeDispatch.hpp>
 
 namespace NORV::TaviOperators::DLL {
 namespace {

@@ -1,6 +1,6 @@
 #include <CityblockConnectedComponentsAnalysis.hpp>
 #include <DLL/CityblockConnectedComponentsAnalysis.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace NORV::TaviOperators::DLL {
 namespace {

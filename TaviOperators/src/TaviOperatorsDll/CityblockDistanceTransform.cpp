@@ -1,7 +1,7 @@
 #include <CityblockDistanceTransform.hpp>
 #include <DLL/CityblockDistanceTransform.hpp>
-#include <Impl/Instances.hpp>
-#include <Impl/VoxelTypeDispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
+#include <Impl/Frame/VoxelTypeDispatch.hpp>
 
 namespace NORV::TaviOperators::DLL {
 namespace {

@@ -1,7 +1,7 @@
 #include <ConversionToAttenuationCoefficient.hpp>
 #include <DLL/ConversionToAttenuationCoefficient.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace NORV::TaviOperators::DLL {
 namespace {

@@ -1,8 +1,8 @@
 #include <DLL/HistogramUpdateErosion.hpp>
 #include <Erosion.hpp>
 #include <HistogramUpdateErosion.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
 
 namespace NORV::TaviOperators::DLL {
 namespace {

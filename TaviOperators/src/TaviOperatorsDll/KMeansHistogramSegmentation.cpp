@@ -1,6 +1,6 @@
 #include <DLL/KMeansHistogramSegmentation.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <KMeansHistogramSegmentation.hpp>
 
 namespace NORV::TaviOperators::DLL {

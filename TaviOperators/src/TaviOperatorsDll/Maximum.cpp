@@ -1,5 +1,5 @@
 #include <DLL/Maximum.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <Maximum.hpp>
 
 namespace NORV::TaviOperators::DLL {

@@ -1,5 +1,5 @@
 #include <DLL/Minimum.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <Minimum.hpp>
 
 namespace NORV::TaviOperators::DLL {

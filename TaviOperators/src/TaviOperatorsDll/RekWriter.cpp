@@ -1,6 +1,6 @@
 #include <DLL/RekWriter.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <RekWriter.hpp>
 
 namespace NORV::TaviOperators::DLL {

@@ -1,6 +1,6 @@
 #include <DLL/Round.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <Round.hpp>
 
 namespace NORV::TaviOperators::DLL {

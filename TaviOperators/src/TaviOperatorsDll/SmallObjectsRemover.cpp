@@ -1,5 +1,5 @@
 #include <DLL/SmallObjectsRemover.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <SmallObjectsRemover.hpp>
 
 namespace NORV::TaviOperators::DLL {

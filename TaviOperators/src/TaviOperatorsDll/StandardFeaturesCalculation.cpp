@@ -1,6 +1,6 @@
 #include <DLL/StandardFeaturesCalculation.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <StandardFeaturesCalculation.hpp>
 
 namespace NORV::TaviOperators::DLL {

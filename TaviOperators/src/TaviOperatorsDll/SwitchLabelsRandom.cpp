@@ -1,6 +1,6 @@
 #include <DLL/SwitchLabelsRandom.hpp>
-#include <Impl/Dispatch.hpp>
-#include <Impl/Instances.hpp>
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
 #include <SwitchLabelsRandom.hpp>
 
 namespace NORV::TaviOperators::DLL {

@@ -1,6 +1,6 @@
 #include <DLL/ZeroCrossingEdgeDetector.hpp>
-#include <Impl/Instances.hpp>
-#include <Impl/VoxelTypeDispatch.hpp>
+#include <Impl/Frame/Instances.hpp>
+#include <Impl/Frame/VoxelTypeDispatch.hpp>
 #include <ZeroCrossingEdgeDetector.hpp>
 
 namespace NORV::TaviOperators::DLL {

@@ -1,0 +1,225 @@
+#pragma once
+
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/Overlap.hpp>
+#include <Operator.hpp>
+
+#include <Labelling/RowLabels.hpp>
+#include <Labelling/VoxelLabels.hpp>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+/// Numbers the objects of a volume: the connected sets of voxels that differ from the background.
+///
+/// Two passes with a union-find table of labels, the output holding the labels in between (A. Rosenfeld, J. L. Pfaltz:
+/// Sequential Operations in Digital Picture Processing. Journal of the ACM 13, 1966).
+///
+/// A new label is needed for each voxel whose visited neighbours are all background, before it is known which of them
+/// meet further on: these raw labels must fit the output's voxel type, else NumericalOverflow is thrown and the output
+/// keeps them. The table of raw labels stays with the operator for the next run. Further memory: two bits per voxel of
+/// a slice, up to two bytes in narrow volumes, and a bit for each 64 voxels of a row, or less. One thread; two steps of
+/// progress per slice.
+namespace NORV::TaviOperators::Impl {
+
+/// Both operators report under one name.
+inline constexpr Names connectedComponentsFailures{"CityblockConnectedComponentsAnalysis"};
+
+/// The parameter object of both operators; `Traits` names the operator.
+template <class Derived, class Traits>
+class ConnectedComponentsParameter : public CompositeOfProperties<Derived> {
+public:
+  template <class T>
+  using Property = typename CompositeOfProperties<Derived>::template Property<T>;
+
+  Property<SmartPointer<IVolume>> inputFirstVolume;
+  Property<IData> inputBackgroundValue;
+  Property<uint64> inputExpectedNumberOfLabels;
+  Property<SmartPointer<IVolume>> outputVolume;
+  Property<uint64> outputNumberOfLabels;
+
+  ConnectedComponentsParameter() {
+    this->append("inputFirstVolume", inputFirstVolume, {Takes::volume, required, "volume whose objects are numbered"});
+    this->append("inputBackgroundValue", inputBackgroundValue,
+                 like("inputFirstVolume", required, "voxels of this grey value belong to no object"));
+    this->append("inputExpectedNumberOfLabels", inputExpectedNumberOfLabels,
+                 {Takes::count, optional, "size at which the table of labels begins; it grows by multiples of it"});
+    this->append(
+        "outputVolume", outputVolume,
+        {Takes::volume, optional, "labels, of an unsigned voxel type; made of the input's voxel type if absent"});
+    this->append("outputNumberOfLabels", outputNumberOfLabels,
+                 {Takes::count, optional, "number of objects and one, for the background"});
+    inputExpectedNumberOfLabels = 65536;
+  }
+  std::string getType() const override { return Traits::names.parameterType(); }
+};
+
+/// The voxels that differ from the background, whatever their type.
+class Foreground {
+public:
+  template <class T>
+  Foreground(const View<const T>& view, const T& background)
+      : _view(&view),
+        _background(&background),
+        _findRow([](const Foreground& self, SizeType sec, SizeType tert, uint64* bits) {
+          const auto& volume = *static_cast<const View<const T>*>(self._view);
+          findForeground(volume.row(sec, tert), volume.stridePrim, volume.dimPrim,
+                         *static_cast<const T*>(self._background), bits);
+        }),
+        _isVoxel([](const Foreground& self, SizeType prim, SizeType sec, SizeType tert) {
+          return static_cast<const View<const T>*>(self._view)->at(prim, sec, tert) !=
+                 *static_cast<const T*>(self._background);
+        }) {}
+
+  void findRow(SizeType sec, SizeType tert, uint64* bits) const { _findRow(*this, sec, tert, bits); }
+  bool operator()(SizeType prim, SizeType sec, SizeType tert) const { return _isVoxel(*this, prim, sec, tert); }
+
+private:
+  const void* _view;
+  const void* _background;
+  void (*_findRow)(const Foreground&, SizeType, SizeType, uint64*);
+  bool (*_isVoxel)(const Foreground&, SizeType, SizeType, SizeType);
+};
+
+/// One run over views that are set up. Each slice of each pass is a step: the abort is looked for before it.
+template <Neighbours set, class L>
+class ConnectedComponentsRun {
+public:
+  ConnectedComponentsRun(OperatorBase& self, const View<L>& labels, LabelTable<L>& table)
+      : _self(self),
+        _labels(labels),
+        _table(table) {
+    _self.setTotal(2 * labels.dimTert);
+  }
+
+  /// The number of objects and one, or 0 after an abort.
+  [[gnu::noinline]] uint64 run(const Foreground& foreground, Memory memory) {
+    // Bits of narrow rows would take more memory than they are worth.
+    constexpr SizeType narrow = 16;
+    const bool hasBits = memory != Memory::shared && _labels.dimPrim >= narrow;
+    return hasBits ? runByRows(foreground) : runByVoxels(foreground, 0, 0);
+  }
+
+private:
+  bool beginStep(SizeType step) {
+    _self.setDone(step);
+    return !_self.isAborted();
+  }
+
+  uint64 runByRows(const Foreground& foreground) {
+    RowLabels<set, L> rows(_labels, _table);
+    for (SizeType tert = 0; tert < _labels.dimTert; ++tert) {
+      if (!beginStep(tert)) {
+        return 0;
+      }
+      // At once for the slice, as reading between the stores of labels would be slower.
+      for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
+        foreground.findRow(sec, tert, rows.bits(sec, tert));
+      }
+      for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
+        if (!rows.labelRow(sec, tert)) {
+          return runByVoxels(foreground, sec, tert);
+        }
+      }
+    }
+    return replace([&](SizeType sec, SizeType tert) { rows.replaceRow(sec, tert); });
+  }
+
+  uint64 runByVoxels(const Foreground& foreground, SizeType sec, SizeType tert) {
+    return labelVoxels(foreground, sec, tert) ? replace([this](SizeType y, SizeType z) {
+      replaceLabels(_table, _labels.row(y, z), _labels.stridePrim, _labels.dimPrim);
+    })
+                                              : 0;
+  }
+
+  /// The second pass.
+  template <class ReplaceRow>
+  uint64 replace(const ReplaceRow& replaceRow) {
+    const uint64 objects = _table.renumber();
+    for (SizeType tert = 0; tert < _labels.dimTert; ++tert) {
+      if (!beginStep(_labels.dimTert + tert)) {
+        return 0;
+      }
+      for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
+        replaceRow(sec, tert);
+      }
+    }
+    _self.setTotal(1);
+    _self.setDone(1);
+    return objects + 1;
+  }
+
+  /// Voxel by voxel from the beginning. The rows before the place given hold labels already: there it is these that
+  /// tell the foreground, as the input may be the same volume.
+  bool labelVoxels(const Foreground& foreground, SizeType sec, SizeType tert) {
+    const auto wasLabelled = [this](SizeType x, SizeType y, SizeType z) { return _labels.at(x, y, z) != 0; };
+    VoxelLabels<set, L> voxels(_labels, _table);
+    _table.clear();
+    for (SizeType z = 0; z < _labels.dimTert; ++z) {
+      if (z >= tert && !beginStep(z)) {
+        return false;
+      }
+      for (SizeType y = 0; y < _labels.dimSec; ++y) {
+        if (z < tert || (z == tert && y < sec)) {
+          voxels.labelRow(y, z, wasLabelled);
+        } else {
+          voxels.labelRow(y, z, foreground);
+        }
+      }
+    }
+    return true;
+  }
+
+  OperatorBase& _self;
+  const View<L> _labels;
+  LabelTable<L>& _table;
+};
+
+/// `Traits` gives the set of neighbours and the names.
+template <class Derived, class Parameter, class Traits, class InputPtr, class OutputPtr>
+class ConnectedComponentsOperator : public TaviOperators::Operator<Derived> {
+  using In = VoxelOf<InputPtr>;
+  using Out = VoxelOf<OutputPtr>;
+
+public:
+  std::string getType() const override {
+    return composeIdentifier(Traits::names, std::string(Tavi::typeName<In>) + " , " + Tavi::typeName<Out>);
+  }
+
+  void apply(SmartPointer<IComposite> composite) override {
+    this->beginApply();
+    const Names& failures = connectedComponentsFailures;
+    const auto parameter = castParameter<Parameter>(composite, failures.inApply());
+    parameter->outputNumberOfLabels = 0;
+    const InputPtr input(parameter->inputFirstVolume.value());
+    requireGiven(input, failures.inApply(" input volume is NULL"));
+    const auto output =
+        this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
+    parameter->outputVolume = output;
+    const In background = parameter->inputBackgroundValue.template extractValue<In>();
+    _table.reset(parameter->inputExpectedNumberOfLabels.value());
+
+    const auto view = viewOf(std::as_const(*input));
+    const auto labels = viewOf(*output);
+    ConnectedComponentsRun<Traits::neighbours, Out> run(*this, labels, _table);
+    parameter->outputNumberOfLabels = run.run(Foreground(view, background), memoryOf(view, labels));
+  }
+
+private:
+  LabelTable<Out> _table;
+};
+
+/// The typed operator that fits the volumes of a parameter object; without an output volume, the one whose labels are
+/// of the input's voxel type.
+template <class Parameter>
+SmartPointer<IOperator> createConnectedComponentsOperator(const Names& names,
+                                                          const SmartPointer<IComposite>& composite) {
+  const auto parameter = castParameter<Parameter>(composite, names.inFrame("invalid parameter object!"));
+  const SmartPointer<IVolume> input = parameter->inputFirstVolume.value();
+  requireGiven(input, names.inFrame("inputVolume is NULL!"));
+  const SmartPointer<IVolume> output = orElse(parameter->outputVolume.value(), input);
+  return createByIdentifier(composeIdentifier(names, input->getVoxelType() + " , " + output->getVoxelType()));
+}
+
+}  // namespace NORV::TaviOperators::Impl

@@ -1,0 +1,120 @@
+#pragma once
+
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/PerThread.hpp>
+#include <Operator.hpp>
+#include <SlidingMaskOffsets.hpp>
+
+#include <Rank/RankCounts.hpp>
+#include <Rank/RankFilter.hpp>
+
+/// Filters that write to each voxel one rank of the voxels under a structuring element, whose anchor lies at that
+/// voxel. Under large elements the counts of grey values slide along the rows: only what enters and leaves the element
+/// with a step is counted (T. S. Huang, G. J. Yang, G. Y. Tang, A fast two-dimensional median filtering algorithm, IEEE
+/// Trans. ASSP 27, 1979). Under small ones all voxels are ranked, for as many positions at once as a vector has lanes.
+/// Both give the same voxels.
+///
+/// Only voxels where the anchor and the whole element lie inside the volume are written; all others keep what they had.
+/// An element that does not fit into the volume writes nothing.
+///
+/// Extra memory: 16 bytes per voxel of the element and 16 bytes per run of it; counts of 2 KiB (8 bits) or 514 KiB (16
+/// bits), or 64 bytes per voxel of a small element, per thread; a copy of the input if it shares voxels with the
+/// output. Parallel over slices, each of which is a step.
+namespace NORV::TaviOperators::Impl {
+
+/// The parameter object; `Traits` names the operator.
+template <class Derived, class Traits>
+class HistogramUpdateParameter : public CompositeOfProperties<Derived> {
+public:
+  template <class T>
+  using Property = typename CompositeOfProperties<Derived>::template Property<T>;
+
+  Property<SmartPointer<IVolume>> inputVolume;
+  Property<SmartPointer<IVolume>> inputMask;
+  Property<Position<SizeType>> inputAnchor;
+  Property<SizeType> inputNumberOfThreads;
+  Property<SmartPointer<IVolume>> outputVolume;
+
+  HistogramUpdateParameter() {
+    this->append("inputVolume", inputVolume, rankInputKey);
+    this->append("inputMask", inputMask, rankMaskKey);
+    this->append("inputAnchor", inputAnchor, rankAnchorKey);
+    this->append("inputNumberOfThreads", inputNumberOfThreads, rankThreadsKey);
+    this->append("outputVolume", outputVolume, rankOutputKey);
+  }
+  std::string getType() const override { return Traits::names.parameterType(); }
+};
+
+/// `Traits::rank(count)` is the rank that is wanted among `count` voxels, 0 for the lowest. `Traits::Rows<T>` finds it
+/// for whole rows in vectors.
+template <class Derived, class Parameter, class Traits, class InputPtr, class OutputPtr, class MaskPointer>
+class HistogramUpdateOperator : public TaviOperators::Operator<Derived> {
+  using T = VoxelOf<InputPtr>;
+  static_assert(std::is_same_v<T, VoxelOf<OutputPtr>> && std::is_same_v<MaskPointer, MaskPtr>);
+  static constexpr const Names& names = Traits::names;
+
+public:
+  std::string getType() const override { return typedIdentifier<InputPtr, OutputPtr, MaskPointer>(names); }
+
+  void apply(SmartPointer<IComposite> composite) override {
+    this->beginApply();
+    const auto parameter = castParameter<Parameter>(composite, names.inApply());
+    const RankArguments<InputPtr> given(*parameter, names);
+    requireOutputClass<OutputPtr>(parameter->outputVolume.value());
+    const auto mask = inputViewOf(std::as_const(*given.mask));
+    SlidingMaskOffsets offsets(viewOf(*given.input), mask, given.anchor);
+    requireMaskVoxels(offsets.count, names);
+
+    const auto output =
+        this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), given.input->getDimension());
+    const InputPtr source = apartFrom(output, given.input, *this, given.threads);
+    if (source != given.input) {
+      offsets = SlidingMaskOffsets(viewOf(*source), mask, given.anchor);  // the strides of a copy are others
+    }
+    filter(cropped(inputViewOf(std::as_const(*source)), offsets.interior), cropped(viewOf(*output), offsets.interior),
+           offsets, given.threads);
+    parameter->outputVolume = output;
+  }
+
+private:
+  void filter(const View<const T>& from, const View<T>& to, const SlidingMaskOffsets& offsets, int threads) {
+    using Rows = typename Traits::template Rows<T>;
+    this->setTotal(to.dimTert);
+    if (from.hasDenseRows() && to.hasDenseRows() && to.size() != 0 && to.dimPrim >= Rows::lanes &&
+        inVectors(offsets) < sliding(offsets, to.dimPrim)) {
+      PerThread<Rows> rows(threads, to.dimTert, [&offsets] { return Rows(offsets.allOffsets); });
+      forEachSlice(*this, threads, to.dimTert, Steps::counted, [&](SizeType tert) {
+        for (SizeType sec = 0; sec < to.dimSec; ++sec) {
+          rows.mine()(from.row(sec, tert), to.row(sec, tert), to.dimPrim);
+        }
+      });
+      return;
+    }
+    const uint64 rank = Traits::rank(offsets.count);
+    PerThread<RankCounts<T>> counts(threads, to.dimTert, [] { return RankCounts<T>(); });
+    forEachSlice(*this, threads, to.dimTert, Steps::counted, [&](SizeType tert) {
+      for (SizeType sec = 0; sec < to.dimSec; ++sec) {
+        rankRow(counts.mine(), offsets, rank, from.row(sec, tert), from.stridePrim, to.row(sec, tert), to.stridePrim,
+                to.dimPrim);
+      }
+    });
+  }
+
+  /// Steps per voxel of either way, to be compared with benchmarks/Morphology.cpp.
+  static double inVectors(const SlidingMaskOffsets& offsets) {
+    return static_cast<double>(offsets.count) * Traits::stepsPerVoxel(8 * sizeof(T)) /
+           static_cast<double>(Traits::template Rows<T>::lanes);
+  }
+  static double sliding(const SlidingMaskOffsets& offsets, SizeType length) {
+    return 20.0 + 5.0 * static_cast<double>(offsets.edgeCount) +
+           2.0 * static_cast<double>(offsets.count) / static_cast<double>(length);
+  }
+};
+
+/// The typed operator for the class of the input; output and mask do not choose.
+inline SmartPointer<IOperator> createMaskedOperator(const Names& names, const IVolume& input) {
+  const std::string volume = input.getType();
+  return createByIdentifier(composeIdentifier(names, volume + ", " + volume + ", " + MaskPtr::Pointee::identifier()));
+}
+
+}  // namespace NORV::TaviOperators::Impl

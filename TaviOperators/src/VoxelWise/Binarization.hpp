@@ -1,0 +1,85 @@
+#pragma once
+
+#include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/BitsView.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
+#include <Operator.hpp>
+
+/// Operators that tell foreground from background by one voxel at a time.
+///
+/// Extra memory: none. Parallel over slices; the progress stays 0 until the end.
+namespace NORV::TaviOperators::Impl {
+
+/// What the parameter objects of all binarisations hold; each appends its keys in its own order.
+template <class Derived>
+class BinarizationParameter : public CompositeOfProperties<Derived> {
+public:
+  template <class T>
+  using Property = typename CompositeOfProperties<Derived>::template Property<T>;
+
+  Property<SmartPointer<IVolume>> inputVolume;
+  Property<SmartPointer<IVolume>> outputVolume;
+  Property<IData> inputBackgroundValue;
+  Property<IData> inputForegroundValue;
+  Property<SizeType> inputNumberOfThreads;
+
+protected:
+  void appendInputVolume() {
+    this->append("inputVolume", inputVolume, {Takes::volume, required, "volume to binarise"});
+  }
+  void appendOutputVolume(bool isRequired, const char* meaning) {
+    this->append("outputVolume", outputVolume, {Takes::volume, isRequired, meaning});
+  }
+  void appendValuesAndThreads() {
+    this->append("inputBackgroundValue", inputBackgroundValue,
+                 like("outputVolume", required, "grey value of all other voxels in the result"));
+    this->append("inputForegroundValue", inputForegroundValue,
+                 like("outputVolume", required, "grey value of the found voxels in the result"));
+    this->append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
+  }
+};
+
+/// `Criterion` has `using Voxel` and `bool isForeground(Voxel) const`.
+template <class Criterion, class Out>
+struct Binarize {
+  Criterion criterion;
+  Out background, foreground;
+
+  Out operator()(typename Criterion::Voxel x) const { return criterion.isForeground(x) ? foreground : background; }
+};
+
+/// `Traits` has the operator's names, the words for a missing input, and `criterion<In>(parameter)`, which reads the
+/// typed values that decide.
+template <class Derived, class Parameter, class Traits, class InputPtr, class OutputPtr>
+class BinarizationOperator : public TaviOperators::Operator<Derived> {
+  static constexpr const Names& names = Traits::names;
+  using Out = VoxelOf<OutputPtr>;
+  using OutBits = BitsOf<Out>;  // values are only moved, so that outputs of one size share their code
+
+public:
+  std::string getType() const override { return typedIdentifier<InputPtr, OutputPtr>(names); }
+
+  void apply(SmartPointer<IComposite> composite) override {
+    this->beginApply();
+    const auto parameter = castParameter<Parameter>(composite, names.inApply());
+    const InputPtr input(parameter->inputVolume.value());
+    const auto criterion = Traits::template criterion<VoxelOf<InputPtr>>(*parameter);
+    const Out background = parameter->inputBackgroundValue.template extractValue<Out>();
+    const Out foreground = parameter->inputForegroundValue.template extractValue<Out>();
+    const int threads = threadCount(parameter->inputNumberOfThreads.value());
+    requireGiven(input, names.inApply(Traits::missingInput));
+
+    const auto output =
+        this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
+    using Criterion = std::remove_const_t<decltype(criterion)>;
+    const Binarize<Criterion, OutBits> rule{criterion, static_cast<OutBits>(background),
+                                            static_cast<OutBits>(foreground)};
+    transformVoxels(*this, threads, Steps::silent, rule, viewAs<OutBits>(viewOf(*output)),
+                    viewAs<const typename Criterion::Voxel>(inputViewOf(*input)));
+    if (!this->isAborted()) {
+      parameter->outputVolume = output;
+    }
+  }
+};
+
+}  // namespace NORV::TaviOperators::Impl
