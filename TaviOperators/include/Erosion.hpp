@@ -44,7 +44,7 @@ public:
     append("outputVolume", outputVolume, Impl::rankOutputKey);
     append("inputMask", inputMask, Impl::rankMaskKey);
     append("inputAnchor", inputAnchor, Impl::rankAnchorKey);
-    append("inputNumberOfThreads", inputNumberOfThreads, Impl::rankThreadsKey);
+    append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
   }
   std::string getType() const override { return names.parameterType(); }
 };

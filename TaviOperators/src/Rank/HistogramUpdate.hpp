@@ -39,7 +39,7 @@ public:
     this->append("inputVolume", inputVolume, rankInputKey);
     this->append("inputMask", inputMask, rankMaskKey);
     this->append("inputAnchor", inputAnchor, rankAnchorKey);
-    this->append("inputNumberOfThreads", inputNumberOfThreads, rankThreadsKey);
+    this->append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
     this->append("outputVolume", outputVolume, rankOutputKey);
   }
   std::string getType() const override { return Traits::names.parameterType(); }

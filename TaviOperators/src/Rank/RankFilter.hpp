@@ -17,8 +17,7 @@ inline constexpr KeyInfo rankOutputKey{Takes::volume, optional, "target of the s
 inline constexpr KeyInfo rankMaskKey{Takes::mask, required,
                                      "structuring element: voxels of this uint8 volume that are "
                                      "not zero"};
-inline constexpr KeyInfo rankAnchorKey{Takes::dimension, optional, "voxel of the mask that lies at the output voxel"};
-inline constexpr KeyInfo rankThreadsKeythreadCountKey();
+inline constexpr KeyInfo rankAnchorKey{Takes::position, optional, "voxel of the mask that lies at the output voxel"};
 
 /// The checked contents of a parameter object.
 template <class VolumePointer>
