@@ -1,26 +1,17 @@
 #pragma once
 
-#include <Labelling/ConnectedComponents.hpp>
+#include <ConnectedComponentsParameter.hpp>
 
 /// Numbers the objects of a volume, where voxels that share a face, an edge or a corner are of one object.
 namespace NORV::TaviOperators::ChessboardConnectedComponentsAnalysis {
 
-struct Traits {
-  static constexpr Impl::Names names{"ChessboardConnectedComponentsAnalysis"};
-  static constexpr Impl::Neighbours neighbours = Impl::Neighbours::all;
-};
-
-inline constexpr const Impl::Names& names = Traits::names;
-
 /// One run. The background is a `Data<T>` of the voxel type of inputFirstVolume.
-class Parameter final : public Impl::ConnectedComponentsParameter<Parameter, Traits> {
+class Parameter final : public ConnectedComponentsParameter<Parameter> {
 public:
   Parameter() {}  // written out: an implicit one would not register the class in a library that never calls it
-};
-
-template <class InputPtr, class OutputPtr>
-class Operator final
-    : public Impl::ConnectedComponentsOperator<Operator<InputPtr, OutputPtr>, Parameter, Traits, InputPtr, OutputPtr> {
+  std::string getType() const override {
+    return "NORV::TaviOperators::ChessboardConnectedComponentsAnalysis::Parameter";
+  }
 };
 
 }  // namespace NORV::TaviOperators::ChessboardConnectedComponentsAnalysis

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Distance/DistanceTransform.hpp>
+#include <DistanceParameter.hpp>
 
 /// Gives each voxel the number of steps through faces to the nearest voxel of a given value.
 ///
@@ -9,27 +9,10 @@
 /// that.
 namespace NORV::TaviOperators::CityblockDistanceTransform {
 
-struct Traits {
-  static constexpr Impl::Names names{"CityblockDistanceTransform"};
-  static constexpr const Impl::Names& namesInFailures = names;
-  static constexpr Impl::Neighbours neighbours = Impl::Neighbours::faces;
-
-  /// Both volumes are scanned as they are seen.
-  struct Scan {
-    Scan(const IVolume&, const IVolume&) {}
-    void end() {}
-  };
-};
-
-inline constexpr const Impl::Names& names = Traits::names;
-
-class Parameter final : public Impl::DistanceParameter<Parameter, Traits> {
+class Parameter final : public DistanceParameter<Parameter> {
 public:
   Parameter() {}  // written out: an implicit one would not register the class in a library that never calls it
+  std::string getType() const override { return "NORV::TaviOperators::CityblockDistanceTransform::Parameter"; }
 };
-
-template <class InputPtr, class OutputPtr>
-class Operator final
-    : public Impl::DistanceOperator<Operator<InputPtr, OutputPtr>, Parameter, Traits, InputPtr, OutputPtr> {};
 
 }  // namespace NORV::TaviOperators::CityblockDistanceTransform

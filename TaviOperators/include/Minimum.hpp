@@ -1,29 +1,14 @@
 #pragma once
 
-#include <VoxelWise/PairwiseChoice.hpp>
+#include <PairwiseParameter.hpp>
 
 /// Gives each voxel the smaller of the voxels of two volumes at its place.
 namespace NORV::TaviOperators::Minimum {
 
-struct Traits {
-  static constexpr Impl::Names names{"Minimum"};
-
-  /// On a NaN in either volume the comparison fails, and the first voxel stays.
-  template <class T>
-  struct Choose {
-    T operator()(T first, T second) const { return second < first ? second : first; }
-  };
-};
-
-inline constexpr const Impl::Names& names = Traits::names;
-
-class Parameter final : public Impl::PairwiseParameter<Parameter, Traits> {
+class Parameter final : public PairwiseParameter<Parameter> {
 public:
   Parameter() {}  // written out: an implicit one would not register the class in a library that never calls it
+  std::string getType() const override { return "NORV::TaviOperators::Minimum::Parameter"; }
 };
-
-template <class InputPtr, class OutputPtr>
-class Operator final
-    : public Impl::PairwiseOperator<Operator<InputPtr, OutputPtr>, Parameter, Traits, InputPtr, OutputPtr> {};
 
 }  // namespace NORV::TaviOperators::Minimum

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <VoxelWise/Binarization.hpp>
+#include <BinarizationParameter.hpp>
 
 /// Separates the voxels within a range of grey values, both limits included, from all others.
 ///
@@ -8,11 +8,9 @@
 /// Extra memory: none. Parallel over slices; the progress stays 0 until the end.
 namespace NORV::TaviOperators::RangeBinarization {
 
-inline constexpr Impl::Names names{"RangeBinarization"};
-
 /// One run. The thresholds are each a `Data<T>` of the voxel type of inputVolume, the two values of that of
 /// outputVolume.
-class Parameter final : public Impl::BinarizationParameter<Parameter> {
+class Parameter final : public BinarizationParameter<Parameter> {
 public:
   Property<IData> inputMinimumThreshold;
   Property<IData> inputMaximumThreshold;
@@ -26,31 +24,7 @@ public:
            like("inputVolume", required, "highest grey value of the foreground"));
     appendValuesAndThreads();
   }
-  std::string getType() const override { return names.parameterType(); }
+  std::string getType() const override { return "NORV::TaviOperators::RangeBinarization::Parameter"; }
 };
-
-template <class T>
-struct Range {
-  using Voxel = T;
-  T minimum, maximum;
-  // Both tests are always made, so that no branch stands in the way of vector code.
-  bool isForeground(T x) const { return !((minimum > x) | (x > maximum)); }
-};
-
-struct Traits {
-  static constexpr const Impl::Names& names = RangeBinarization::names;
-  static constexpr const char* missingInput = " the input volume is NULL";
-
-  template <class T>
-  static Range<T> criterion(const Parameter& parameter) {
-    const T minimum = parameter.inputMinimumThreshold.template extractValue<T>();
-    const T maximum = parameter.inputMaximumThreshold.template extractValue<T>();
-    return {minimum, maximum};
-  }
-};
-
-template <class InputPtr, class OutputPtr>
-class Operator final
-    : public Impl::BinarizationOperator<Operator<InputPtr, OutputPtr>, Parameter, Traits, InputPtr, OutputPtr> {};
 
 }  // namespace NORV::TaviOperators::RangeBinarization

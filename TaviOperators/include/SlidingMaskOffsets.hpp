@@ -1,8 +1,10 @@
 #pragma once
 
+#include <Impl/Loops/Box.hpp>
 #include <Impl/Loops/View.hpp>
-
-#include <Rank/RankFilter.hpp>
+#include <Tavi/Dimension.hpp>
+#include <Tavi/Position.hpp>
+#include <Tavi/Types.hpp>
 
 #include <algorithm>
 #include <vector>

@@ -1,21 +1,12 @@
 #pragma once
 
-#include <Impl/Frame/Dispatch.hpp>
-#include <Impl/Loops/BitsView.hpp>
-#include <Impl/Loops/TransformVoxels.hpp>
-#include <Operator.hpp>
-
-#include <Vectors/PlainConversion.hpp>
-
-#include <type_traits>
+#include <Parameter.hpp>
 
 /// Turns a volume of one voxel type into another by plain numeric conversion of each voxel: see
 /// Impl/PlainConversion.hpp for what becomes of values that the target does not hold.
 ///
 /// Extra memory: none. Parallel over slices; the progress stays 0 until the end.
 namespace NORV::TaviOperators::StaticCast {
-
-inline constexpr Impl::Names names{"StaticCast"};
 
 /// One run. The voxel type of outputVolume, if it is given, is the target type.
 class Parameter final : public CompositeOfProperties<Parameter> {
@@ -30,52 +21,7 @@ public:
     append("outputVolume", outputVolume,
            {Takes::volume, optional, "target, whose voxel type is converted to; made with the input's if absent"});
   }
-  std::string getType() const override { return names.parameterType(); }
-};
-
-template <class From, class To>
-struct Convert {
-  To operator()(From x) const { return Impl::convertPlainly<To>(x); }
-  void row(const From* input, To* output, SizeType count) const
-      requires(std::is_floating_point_v<From> && sizeof(To) <= 2) {
-    Impl::convertRowPlainly(input, output, count);
-  }
-};
-
-/// The conversion that gives the same bits as that of `In` to `Out`, of as few as there are. The sign of an integer
-/// input counts only where it becomes wider, that of an integer output only where it decides what a floating-point
-/// value becomes.
-template <class In, class Out>
-struct Kernel {
-  static constexpr bool isCut = std::is_integral_v<In> && std::is_integral_v<Out> && sizeof(Out) <= sizeof(In);
-  static constexpr bool isFromFloatTo32Bits = std::is_floating_point_v<In> && sizeof(Out) == 4;
-  using From = std::conditional_t<isCut, Impl::BitsOf<In>, In>;
-  using To = std::conditional_t<isFromFloatTo32Bits, Out, Impl::BitsOf<Out>>;
-};
-
-template <class InputPtr, class OutputPtr>
-class Operator final : public TaviOperators::Operator<Operator<InputPtr, OutputPtr>> {
-  using From = typename Kernel<VoxelOf<InputPtr>, VoxelOf<OutputPtr>>::From;
-  using To = typename Kernel<VoxelOf<InputPtr>, VoxelOf<OutputPtr>>::To;
-
-public:
-  std::string getType() const override { return Impl::typedIdentifier<InputPtr, OutputPtr>(names); }
-
-  void apply(SmartPointer<IComposite> composite) override {
-    this->beginApply();
-    const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
-    const InputPtr input(parameter->inputVolume.value());
-    const int threads = Impl::threadCount(parameter->inputNumberOfThreads.value());
-    Impl::requireGiven(input, names.inApply(" input volume is NULL"));
-
-    const auto output =
-        this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
-    Impl::transformVoxels(*this, threads, Impl::Steps::silent, Convert<From, To>(),
-                          Impl::viewAs<To>(Impl::viewOf(*output)), Impl::viewAs<const From>(Impl::inputViewOf(*input)));
-    if (!this->isAborted()) {
-      parameter->outputVolume = output;
-    }
-  }
+  std::string getType() const override { return "NORV::TaviOperators::StaticCast::Parameter"; }
 };
 
 }  // namespace NORV::TaviOperators::StaticCast

@@ -4,6 +4,8 @@
 #include <DLL/AdjustLinear.hpp>
 #include <Impl/Frame/Instances.hpp>
 
+#include <VoxelWise/Stretch.hpp>
+
 namespace {
 
 using namespace NORV;

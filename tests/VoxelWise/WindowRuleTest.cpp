@@ -1,10 +1,9 @@
 #include "support/Volumes.hpp"
 
-#include <AdjustLinear.hpp>
-#include <AttenuationScaling.hpp>
-#include <ConversionFromAttenuationCoefficient.hpp>
-#include <ConversionToAttenuationCoefficient.hpp>
-
+#include <VoxelWise/AttenuationWindow.hpp>
+#include <VoxelWise/CoefficientQuotient.hpp>
+#include <VoxelWise/CoefficientScale.hpp>
+#include <VoxelWise/Stretch.hpp>
 #include <VoxelWise/WindowRule.hpp>
 #include <gtest/gtest.h>
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <DistanceParameter.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/VoxelTypeDispatch.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/View.hpp>
 #include <Operator.hpp>
 
@@ -17,30 +19,9 @@
 ///
 /// A. Rosenfeld, J. L. Pfaltz: Sequential Operations in Digital Picture Processing. Journal of the ACM 13 (1966).
 ///
-/// Extra memory: none. One thread, as each row needs the one before it; three steps of progress per slice.
+/// Extra memory: none, but a copy of an input that overlaps the output otherwise than voxel by voxel. One thread, as
+/// each row needs the one before it; three steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
-
-/// The parameter object of both transforms; `Traits` names the operator.
-template <class Derived, class Traits>
-class DistanceParameter : public CompositeOfProperties<Derived> {
-public:
-  template <class T>
-  using Property = typename CompositeOfProperties<Derived>::template Property<T>;
-
-  Property<SmartPointer<IVolume>> inputVolume;
-  Property<SmartPointer<IVolume>> outputVolume;
-  Property<IData> inputObjectValue;
-
-  DistanceParameter() {
-    this->append("inputVolume", inputVolume, {Takes::volume, required, "volume to measure"});
-    this->append("outputVolume", outputVolume,
-                 {Takes::volume, optional,
-                  "distances in voxels, of any integer type; made of the input's voxel type if absent"});
-    this->append("inputObjectValue", inputObjectValue,
-                 like("inputVolume", required, "voxels of this grey value have distance 0"));
-  }
-  std::string getType() const override { return Traits::names.parameterType(); }
-};
 
 /// What a voxel holds before a source reaches it, and at most afterwards: far enough below the largest value for the
 /// steps across the volume. It wraps where the type is too small for that.
@@ -64,27 +45,11 @@ public:
   /// Below 0 it is the other voxels that lower those around them.
   bool startsBelowZero() const { return _start < T(0); }
 
-  /// The first pass on its own, voxel by voxel, for an input that shares memory with the output.
-  template <class In>
-  bool initialise(const View<const In>& input, In value) {
+  /// All passes. The first goes over each slice right before the second, while the slice is in
+  /// the cache.
+  [[gnu::noinline]] void run(RowSources sources) {
     for (SizeType tert = 0; tert < _steps.dimTert; ++tert) {
       if (!beginStep()) {
-        return false;
-      }
-      for (SizeType sec = 0; sec < _steps.dimSec; ++sec) {
-        for (SizeType prim = 0; prim < _steps.dimPrim; ++prim) {
-          _steps.at(prim, sec, tert) = input.at(prim, sec, tert) == value ? T(0) : _start;
-        }
-      }
-    }
-    return true;
-  }
-
-  /// All passes, or those that are left. The first goes over each slice right before the second, while the slice is in
-  /// the cache.
-  [[gnu::noinline]] void finish(RowSources sources, bool isInitialised) {
-    for (SizeType tert = 0; tert < _steps.dimTert; ++tert) {
-      if (!isInitialised && !beginStep()) {
         return;
       }
       _passes.measureRows(sources, tert);
@@ -145,26 +110,9 @@ public:
 
 private:
   void transform(const View<const In>& input, const View<Out>& output, In value) {
+    const KeptInput<In> source(*this, threadCount(0), input, output, Aliasing::identical);
     DistanceRun<Traits::neighbours, Out> run(*this, output);
-    if (mayOverlap(input, output) && !areSame(input, output)) {
-      if (run.initialise(input, value)) {
-        const View<const Out> initialised{output.data,       output.dimPrim,   output.dimSec,    output.dimTert,
-                                          output.stridePrim, output.strideSec, output.strideTert};
-        const Out source = 0;
-        run.finish(RowSources(source, run.startsBelowZero(), initialised), true);
-      }
-    } else {
-      run.finish(RowSources(value, run.startsBelowZero(), input), false);
-    }
-  }
-
-  /// Whether each voxel of the output is the voxel of the input at its place.
-  static bool areSame(const View<const In>& input, const View<Out>& output) {
-    if constexpr (std::is_same_v<In, Out>) {
-      return input.data == output.data && input.stridePrim == output.stridePrim &&
-             input.strideSec == output.strideSec && input.strideTert == output.strideTert;
-    }
-    return false;
+    run.run(RowSources(value, run.startsBelowZero(), source.view()));
   }
 };
 

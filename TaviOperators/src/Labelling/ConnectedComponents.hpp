@@ -1,7 +1,8 @@
 #pragma once
 
+#include <ConnectedComponentsParameter.hpp>
 #include <Impl/Frame/Dispatch.hpp>
-#include <Impl/Loops/Overlap.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Operator.hpp>
 
 #include <Labelling/RowLabels.hpp>
@@ -25,35 +26,6 @@ namespace NORV::TaviOperators::Impl {
 
 /// Both operators report under one name.
 inline constexpr Names connectedComponentsFailures{"CityblockConnectedComponentsAnalysis"};
-
-/// The parameter object of both operators; `Traits` names the operator.
-template <class Derived, class Traits>
-class ConnectedComponentsParameter : public CompositeOfProperties<Derived> {
-public:
-  template <class T>
-  using Property = typename CompositeOfProperties<Derived>::template Property<T>;
-
-  Property<SmartPointer<IVolume>> inputFirstVolume;
-  Property<IData> inputBackgroundValue;
-  Property<uint64> inputExpectedNumberOfLabels;
-  Property<SmartPointer<IVolume>> outputVolume;
-  Property<uint64> outputNumberOfLabels;
-
-  ConnectedComponentsParameter() {
-    this->append("inputFirstVolume", inputFirstVolume, {Takes::volume, required, "volume whose objects are numbered"});
-    this->append("inputBackgroundValue", inputBackgroundValue,
-                 like("inputFirstVolume", required, "voxels of this grey value belong to no object"));
-    this->append("inputExpectedNumberOfLabels", inputExpectedNumberOfLabels,
-                 {Takes::count, optional, "size at which the table of labels begins; it grows by multiples of it"});
-    this->append(
-        "outputVolume", outputVolume,
-        {Takes::volume, optional, "labels, of an unsigned voxel type; made of the input's voxel type if absent"});
-    this->append("outputNumberOfLabels", outputNumberOfLabels,
-                 {Takes::count, optional, "number of objects and one, for the background"});
-    inputExpectedNumberOfLabels = 65536;
-  }
-  std::string getType() const override { return Traits::names.parameterType(); }
-};
 
 /// The voxels that differ from the background, whatever their type.
 class Foreground {
@@ -94,10 +66,10 @@ public:
   }
 
   /// The number of objects and one, or 0 after an abort.
-  [[gnu::noinline]] uint64 run(const Foreground& foreground, Memory memory) {
+  [[gnu::noinline]] uint64 run(const Foreground& foreground) {
     // Bits of narrow rows would take more memory than they are worth.
     constexpr SizeType narrow = 16;
-    const bool hasBits = memory != Memory::shared && _labels.dimPrim >= narrow;
+    const bool hasBits = _labels.dimPrim >= narrow;
     return hasBits ? runByRows(foreground) : runByVoxels(foreground, 0, 0);
   }
 
@@ -194,16 +166,17 @@ public:
     parameter->outputNumberOfLabels = 0;
     const InputPtr input(parameter->inputFirstVolume.value());
     requireGiven(input, failures.inApply(" input volume is NULL"));
+    requireOutputClass<OutputPtr>(parameter->outputVolume.value());
+    const In background = parameter->inputBackgroundValue.template extractValue<In>();
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
     parameter->outputVolume = output;
-    const In background = parameter->inputBackgroundValue.template extractValue<In>();
     _table.reset(parameter->inputExpectedNumberOfLabels.value());
 
-    const auto view = viewOf(std::as_const(*input));
     const auto labels = viewOf(*output);
+    const KeptInput<In> source(*this, threadCount(0), viewOf(std::as_const(*input)), labels, Aliasing::identical);
     ConnectedComponentsRun<Traits::neighbours, Out> run(*this, labels, _table);
-    parameter->outputNumberOfLabels = run.run(Foreground(view, background), memoryOf(view, labels));
+    parameter->outputNumberOfLabels = run.run(Foreground(source.view(), background));
   }
 
 private:

@@ -2,6 +2,7 @@
 
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Loops/View.hpp>
+#include <ObjectSelectionParameter.hpp>
 #include <Operator.hpp>
 
 #include <Labelling/ObjectSizes.hpp>
@@ -19,70 +20,6 @@
 /// largest that occurs, whatever the number of objects; addresses are set aside for as many labels as voxels, 2^24 at
 /// most. One thread; three steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
-
-/// What the parameter objects of all selections share.
-template <class Derived, class Traits>
-class SelectionParameter : public CompositeOfProperties<Derived> {
-public:
-  template <class T>
-  using Property = typename CompositeOfProperties<Derived>::template Property<T>;
-
-  Property<SmartPointer<IVolume>> inputVolume;
-  Property<SmartPointer<IVolume>> inputLabelVolume;
-  Property<bool> inputBackgroundLabelEnabled;
-  Property<IData> inputBackgroundLabel;
-  Property<IData> inputSubstitutionValue;
-  Property<SmartPointer<IVolume>> outputVolume;
-
-  std::string getType() const override { return Traits::names.parameterType(); }
-
-protected:
-  void appendInputVolumes() {
-    this->append("inputVolume", inputVolume, {Takes::volume, required, "grey values, of an unsigned voxel type"});
-    this->append("inputLabelVolume", inputLabelVolume,
-                 {Takes::volume, required, "labels of the same extents, of an unsigned voxel type"});
-  }
-  void appendOthers() {
-    this->append("inputBackgroundLabelEnabled", inputBackgroundLabelEnabled,
-                 {Takes::flag, optional, "whether the label inputBackgroundLabel is kept whatever its size"});
-    this->append("inputBackgroundLabel", inputBackgroundLabel,
-                 like("inputLabelVolume", optional, "label that is kept"));
-    this->append("inputSubstitutionValue", inputSubstitutionValue,
-                 like("inputVolume", required, "grey value of what is removed"));
-    this->append("outputVolume", outputVolume,
-                 {Takes::volume, optional, "target of the same voxel type; made if absent"});
-  }
-};
-
-/// The parameter object of a selection by a size that is given.
-template <class Derived, class Traits>
-class SizeSelectionParameter : public SelectionParameter<Derived, Traits> {
-public:
-  template <class T>
-  using Property = typename CompositeOfProperties<Derived>::template Property<T>;
-
-  Property<uint64> inputThreshold;
-  Property<uint64> outputNumberOfRemovedObjects;
-
-  SizeSelectionParameter() {
-    this->appendInputVolumes();
-    this->append("inputThreshold", inputThreshold,
-                 {Takes::count, optional, "size in voxels; an object of just this size is kept"});
-    this->appendOthers();
-    this->append("outputNumberOfRemovedObjects", outputNumberOfRemovedObjects,
-                 {Takes::count, optional, "how many labels, up to the largest, have a size that is removed"});
-  }
-};
-
-/// The parameter object of a selection by the size of the largest object.
-template <class Derived, class Traits>
-class BiggestSelectionParameter : public SelectionParameter<Derived, Traits> {
-public:
-  BiggestSelectionParameter() {
-    this->appendInputVolumes();
-    this->appendOthers();
-  }
-};
 
 /// `Traits` gives the names and `rule(sizes, protectedLabel, threshold)`, which may change the size of the protected
 /// label; it is null if there is none.
@@ -113,8 +50,7 @@ public:
     const T substitution = parameter->inputSubstitutionValue.template extractValue<T>();
     require(input != nullptr && labels != nullptr, names.inApply(" input volume is NULL"));
     require(input->getDimension() == labels->getDimension(), names.inApply(" input volume have different size"));
-    const auto output =
-        this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
+    requireOutputClass<OutputPtr>(parameter->outputVolume.value());
     if constexpr (hasThreshold) {
       parameter->outputNumberOfRemovedObjects = 0;
     }
@@ -125,9 +61,14 @@ public:
     if (sizes.size() == 0) {
       return;
     }
+    const auto output =
+        this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
+    const auto target = viewOf(*output);
+    const KeptInput<L> keptLabels(*this, threadCount(0), labelView, target, Aliasing::identical);
+    const KeptInput<T> keptInput(*this, threadCount(0), viewOf(std::as_const(*input)), target, Aliasing::identical);
     const SizeRule rule =
         Traits::rule(sizes, isProtecting && background < sizes.size() ? &sizes[background] : nullptr, threshold);
-    const SelectedCopy<T, L> copy(sizes, rule, labelView, viewOf(std::as_const(*input)), viewOf(*output), substitution);
+    const SelectedCopy<T, L> copy(sizes, rule, keptLabels.view(), keptInput.view(), target, substitution);
     if (!copy.run(steps)) {
       return;
     }

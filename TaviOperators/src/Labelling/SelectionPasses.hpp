@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Impl/Loops/Overlap.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/View.hpp>
 #include <Operator.hpp>
 
@@ -94,8 +94,7 @@ private:
   const View<const L> _labels;
 };
 
-/// The pass that copies. An output that overlaps the input or the labels otherwise than voxel for voxel is written
-/// voxel after voxel, and what it overwrites is read as it is then.
+/// The pass that copies. Input and labels share no voxel with the output, or each voxel with the one at its position.
 template <class T, class L>
 class SelectedCopy {
   using Dense = std::integral_constant<int64, 1>;
@@ -109,9 +108,8 @@ public:
         _input(input),
         _output(output),
         _substitution(substitution),
-        _isInPlace(memoryOf(input, output) == Memory::same),
-        _inBlocks(labels.hasDenseRows() && input.hasDenseRows() && output.hasDenseRows() &&
-                  memoryOf(input, output) != Memory::shared && memoryOf(labels, output) != Memory::shared) {}
+        _isInPlace(aliasingOf(input, output) == Aliasing::identical),
+        _inBlocks(labels.hasDenseRows() && input.hasDenseRows() && output.hasDenseRows()) {}
 
   /// Whether the copy was finished.
   [[gnu::noinline]] bool run(SelectionSteps& steps) const {

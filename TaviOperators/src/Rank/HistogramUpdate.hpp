@@ -1,5 +1,6 @@
 #pragma once
 
+#include <HistogramUpdateParameter.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Loops/PerThread.hpp>
 #include <Operator.hpp>
@@ -22,29 +23,6 @@
 /// output. Parallel over slices, each of which is a step.
 namespace NORV::TaviOperators::Impl {
 
-/// The parameter object; `Traits` names the operator.
-template <class Derived, class Traits>
-class HistogramUpdateParameter : public CompositeOfProperties<Derived> {
-public:
-  template <class T>
-  using Property = typename CompositeOfProperties<Derived>::template Property<T>;
-
-  Property<SmartPointer<IVolume>> inputVolume;
-  Property<SmartPointer<IVolume>> inputMask;
-  Property<Position<SizeType>> inputAnchor;
-  Property<SizeType> inputNumberOfThreads;
-  Property<SmartPointer<IVolume>> outputVolume;
-
-  HistogramUpdateParameter() {
-    this->append("inputVolume", inputVolume, rankInputKey);
-    this->append("inputMask", inputMask, rankMaskKey);
-    this->append("inputAnchor", inputAnchor, rankAnchorKey);
-    this->append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
-    this->append("outputVolume", outputVolume, rankOutputKey);
-  }
-  std::string getType() const override { return Traits::names.parameterType(); }
-};
-
 /// `Traits::rank(count)` is the rank that is wanted among `count` voxels, 0 for the lowest. `Traits::Rows<T>` finds it
 /// for whole rows in vectors.
 template <class Derived, class Parameter, class Traits, class InputPtr, class OutputPtr, class MaskPointer>
@@ -59,15 +37,16 @@ public:
   void apply(SmartPointer<IComposite> composite) override {
     this->beginApply();
     const auto parameter = castParameter<Parameter>(composite, names.inApply());
-    const RankArguments<InputPtr> given(*parameter, names);
+    RankArguments<InputPtr> given(*parameter, names);
     requireOutputClass<OutputPtr>(parameter->outputVolume.value());
+    given.keepMask(parameter->outputVolume.value());
     const auto mask = inputViewOf(std::as_const(*given.mask));
     SlidingMaskOffsets offsets(viewOf(*given.input), mask, given.anchor);
     requireMaskVoxels(offsets.count, names);
 
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), given.input->getDimension());
-    const InputPtr source = apartFrom(output, given.input, *this, given.threads);
+    const InputPtr source = keptVolume(*this, given.threads, given.input, output, Aliasing::none);
     if (source != given.input) {
       offsets = SlidingMaskOffsets(viewOf(*source), mask, given.anchor);  // the strides of a copy are others
     }

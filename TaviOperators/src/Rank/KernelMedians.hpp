@@ -138,15 +138,15 @@ public:
     }
   }
 
-  /// Throws IndexOutOfRange of the lowest slice that has an index past the kernels.
-  void run(OperatorBase& self, int threads, const Exceptions::Origin& origin) {
+  /// All indices are below the number of kernels.
+  void run(OperatorBase& self, int threads) {
     self.setTotal(_output.dimTert);
     PerThread<Scratch> scratches(threads, _output.dimTert, [this] { return Scratch(*this); });
     const auto slice = [&](SizeType tert) {
       Scratch& scratch = scratches.mine();
       for (SizeType sec = 0; sec < _output.dimSec; ++sec) {
         for (SizeType prim = 0; prim < _output.dimPrim; prim += lanes) {
-          filterBlock(scratch, {prim, sec, tert}, std::min(lanes, _output.dimPrim - prim), origin);
+          filterBlock(scratch, {prim, sec, tert}, std::min(lanes, _output.dimPrim - prim));
         }
       }
     };
@@ -177,20 +177,13 @@ private:
   };
 
   /// Some neighbouring voxels of a row, at most as many as a vector has lanes.
-  void filterBlock(Scratch& scratch, const std::array<SizeType, 3>& place, SizeType count,
-                   const Exceptions::Origin& origin) const {
+  void filterBlock(Scratch& scratch, const std::array<SizeType, 3>& place, SizeType count) const {
     const auto& [prim, sec, tert] = place;
     uint32* const indices = scratch.indices.data();
     _indices.copy(prim, count, sec, tert, indices);
-    uint32 differences = 0, largest = 0;
+    uint32 differences = 0;
     for (SizeType i = 0; i < count; ++i) {
       differences |= indices[i] ^ indices[0];
-      largest = std::max(largest, indices[i]);
-    }
-    if (largest >= _kernels.size()) {
-      const uint32* const wrong =
-          std::find_if(indices, indices + count, [this](uint32 index) { return index >= _kernels.size(); });
-      throw Exceptions::IndexOutOfRange(origin, *wrong, 0, _kernels.size() - 1);
     }
     if (differences == 0) {
       filterRun(scratch, indices[0], place, count, true);

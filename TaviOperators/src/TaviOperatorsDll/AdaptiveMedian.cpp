@@ -2,6 +2,107 @@
 #include <DLL/AdaptiveMedian.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+#include <Impl/Loops/KeptInput.hpp>
+#include <Tavi/Vector.hpp>
+
+#include <Rank/KernelMedians.hpp>
+
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace NORV::TaviOperators::AdaptiveMedian {
+namespace {
+
+constexpr Impl::Names names{"AdaptiveMedian"};
+/// In failures of a run the operator bears this name.
+constexpr Impl::Names namesInFailures{"AdaptiveLinearFilter"};
+
+/// Checks the kernels in their order and compiles each for an input.
+template <class KernelPtr>
+std::vector<Impl::KernelOffsets> compileKernels(const Kernels& kernels, const Impl::View<const std::byte>& input) {
+  std::vector<Impl::KernelOffsets> compiled;
+  for (const SmartPointer<IVolume>& volume : kernels) {
+    const KernelPtr kernel(volume);
+    Impl::requireGiven(kernel, namesInFailures.inApply(" invalid kernel volume"));
+    const auto view = Impl::inputViewOf(std::as_const(*kernel));
+    // One that is larger along some axes only fits nowhere.
+    Impl::require(view.dimPrim <= input.dimPrim || view.dimSec <= input.dimSec || view.dimTert <= input.dimTert,
+                  namesInFailures.inApply(" dataset is too small for this kernel!"));
+    Impl::require(view.dimPrim % 2 != 0 && view.dimSec % 2 != 0 && view.dimTert % 2 != 0,
+                  namesInFailures.inApply(" kernel dimensions must be odd"));
+    compiled.emplace_back(view, input);
+    Impl::require(compiled.back().count > 0, namesInFailures.inApply(" kernel has no voxel set"));
+  }
+  return compiled;
+}
+
+template <class InputPtr, class IndexPtr, class KernelPtr, class OutputPtr>
+class Operator final : public TaviOperators::Operator<Operator<InputPtr, IndexPtr, KernelPtr, OutputPtr>> {
+  using T = VoxelOf<InputPtr>;
+  using Key = Impl::KeyOf<T>;
+
+public:
+  std::string getType() const override {
+    return Impl::composeIdentifier(names, std::string(Tavi::typeName<T>) + " , " + Tavi::typeName<VoxelOf<IndexPtr>> +
+                                              " , " + Tavi::typeName<VoxelOf<KernelPtr>> + " , " +
+                                              Tavi::typeName<VoxelOf<OutputPtr>>);
+  }
+
+  void apply(SmartPointer<IComposite> composite) override {
+    this->beginApply();
+    const auto parameter = Impl::castParameter<Parameter>(composite, namesInFailures.inApply());
+    const InputPtr input(parameter->inputVolume.value());
+    const IndexPtr indices(parameter->inputIndexVolume.value());
+    const SmartPointer<Kernels> kernels(parameter->inputKernelVolume.value());
+    const int threads = Impl::threadCount(parameter->inputNumberOfThreads.value());
+    Impl::require(input != nullptr && indices != nullptr, namesInFailures.inApply(" input volume is NULL"));
+    Impl::require(input->getDimension() == indices->getDimension(),
+                  namesInFailures.inApply(" input volumes have different size"));
+    Impl::requireGiven(kernels, namesInFailures.inApply(" kernel vector is NULL"));
+    Impl::require(!kernels->empty(), namesInFailures.inApply(" kernel vector is empty"));
+
+    Impl::requireOutputClass<OutputPtr>(parameter->outputVolume.value());
+    const InputPtr source = Impl::keptBeforeResize(*this, threads, input, OutputPtr(parameter->outputVolume.value()));
+    const auto inputBytes = Impl::bytesOf(Impl::inputViewOf(std::as_const(*source)));
+    const auto compiled = compileKernels<KernelPtr>(*kernels, inputBytes);
+    checkIndices(threads, Impl::inputViewOf(std::as_const(*indices)), kernels->size());
+
+    const auto output =
+        this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), source->getDimension());
+    const auto target = Impl::viewOf(*output);
+    const Impl::KeptInput<VoxelOf<IndexPtr>> keptIndices(*this, threads, Impl::inputViewOf(std::as_const(*indices)),
+                                                         target, Impl::Aliasing::none);
+    Impl::KernelMedians<Key> medians(compiled, Impl::KeyBits<Key>::template of<T>(),
+                                     Impl::IndexRows(keptIndices.view()), inputBytes, Impl::bytesOf(target));
+    medians.run(*this, threads);
+    parameter->outputVolume = output;  // also after an abort, with the slices that were done
+  }
+
+private:
+  /// Throws IndexOutOfRange for the first index of the lowest slice that has one past the kernels.
+  template <class Index>
+  void checkIndices(int threads, const Impl::View<const Index>& indices, SizeType kernels) {
+    if (std::numeric_limits<Index>::max() < kernels) {
+      return;
+    }
+    Impl::forEachSlice(*this, threads, indices.dimTert, Impl::Steps::silent, [&](SizeType tert) {
+      for (SizeType sec = 0; sec < indices.dimSec; ++sec) {
+        const Index* index = indices.row(sec, tert);
+        for (SizeType prim = 0; prim < indices.dimPrim; ++prim, index += indices.stridePrim) {
+          if (*index >= kernels) {
+            throw Exceptions::IndexOutOfRange("NORV::TaviOperators::AdaptiveLinearFilter::Operator::apply", *index, 0,
+                                              kernels - 1);
+          }
+        }
+      }
+    });
+  }
+};
+
+}  // namespace
+}  // namespace NORV::TaviOperators::AdaptiveMedian
 
 namespace NORV::TaviOperators::DLL {
 namespace {

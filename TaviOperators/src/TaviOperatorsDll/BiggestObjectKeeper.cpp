@@ -2,6 +2,33 @@
 #include <DLL/BiggestObjectKeeper.hpp>
 #include <Impl/Frame/Instances.hpp>
 
+#include <Labelling/ObjectSelection.hpp>
+
+namespace NORV::TaviOperators::BiggestObjectKeeper {
+namespace {
+
+struct Traits {
+  static constexpr Impl::Names names{"BiggestObjectKeeper"};
+
+  static Impl::SizeRule rule(Impl::ObjectSizes& sizes, uint64* protectedSize, uint64) {
+    if (protectedSize == nullptr) {
+      return {sizes.largest(), true};
+    }
+    *protectedSize = 0;
+    *protectedSize = sizes.largest();
+    return {*protectedSize, true};
+  }
+};
+
+constexpr const Impl::Names& names = Traits::names;
+
+template <class InputPtr, class LabelPtr, class OutputPtr>
+class Operator final : public Impl::SelectionOperator<Operator<InputPtr, LabelPtr, OutputPtr>, Parameter, Traits,
+                                                      InputPtr, LabelPtr, OutputPtr> {};
+
+}  // namespace
+}  // namespace NORV::TaviOperators::BiggestObjectKeeper
+
 namespace NORV::TaviOperators::DLL {
 namespace {
 

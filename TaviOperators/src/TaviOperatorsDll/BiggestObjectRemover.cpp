@@ -2,6 +2,31 @@
 #include <DLL/BiggestObjectRemover.hpp>
 #include <Impl/Frame/Instances.hpp>
 
+#include <Labelling/ObjectSelection.hpp>
+
+namespace NORV::TaviOperators::BiggestObjectRemover {
+namespace {
+
+struct Traits {
+  static constexpr Impl::Names names{"BiggestObjectRemover"};
+
+  static Impl::SizeRule rule(Impl::ObjectSizes& sizes, uint64* protectedSize, uint64) {
+    if (protectedSize != nullptr) {
+      *protectedSize = 0;
+    }
+    return {sizes.largest(), false};
+  }
+};
+
+constexpr const Impl::Names& names = Traits::names;
+
+template <class InputPtr, class LabelPtr, class OutputPtr>
+class Operator final : public Impl::SelectionOperator<Operator<InputPtr, LabelPtr, OutputPtr>, Parameter, Traits,
+                                                      InputPtr, LabelPtr, OutputPtr> {};
+
+}  // namespace
+}  // namespace NORV::TaviOperators::BiggestObjectRemover
+
 namespace NORV::TaviOperators::DLL {
 namespace {
 

@@ -2,6 +2,26 @@
 #include <DLL/ChessboardConnectedComponentsAnalysis.hpp>
 #include <Impl/Frame/Instances.hpp>
 
+#include <Labelling/ConnectedComponents.hpp>
+
+namespace NORV::TaviOperators::ChessboardConnectedComponentsAnalysis {
+namespace {
+
+struct Traits {
+  static constexpr Impl::Names names{"ChessboardConnectedComponentsAnalysis"};
+  static constexpr Impl::Neighbours neighbours = Impl::Neighbours::all;
+};
+
+constexpr const Impl::Names& names = Traits::names;
+
+template <class InputPtr, class OutputPtr>
+class Operator final
+    : public Impl::ConnectedComponentsOperator<Operator<InputPtr, OutputPtr>, Parameter, Traits, InputPtr, OutputPtr> {
+};
+
+}  // namespace
+}  // namespace NORV::TaviOperators::ChessboardConnectedComponentsAnalysis
+
 namespace NORV::TaviOperators::DLL {
 namespace {
 

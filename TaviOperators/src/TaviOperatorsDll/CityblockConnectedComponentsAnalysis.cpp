@@ -2,6 +2,26 @@
 #include <DLL/CityblockConnectedComponentsAnalysis.hpp>
 #include <Impl/Frame/Instances.hpp>
 
+#include <Labelling/ConnectedComponents.hpp>
+
+namespace NORV::TaviOperators::CityblockConnectedComponentsAnalysis {
+namespace {
+
+struct Traits {
+  static constexpr Impl::Names names{"CityblockConnectedComponentsAnalysis"};
+  static constexpr Impl::Neighbours neighbours = Impl::Neighbours::faces;
+};
+
+constexpr const Impl::Names& names = Traits::names;
+
+template <class InputPtr, class OutputPtr>
+class Operator final
+    : public Impl::ConnectedComponentsOperator<Operator<InputPtr, OutputPtr>, Parameter, Traits, InputPtr, OutputPtr> {
+};
+
+}  // namespace
+}  // namespace NORV::TaviOperators::CityblockConnectedComponentsAnalysis
+
 namespace NORV::TaviOperators::DLL {
 namespace {
 

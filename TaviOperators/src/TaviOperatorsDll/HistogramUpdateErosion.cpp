@@ -1,8 +1,44 @@
 #include <DLL/HistogramUpdateErosion.hpp>
-#include <Erosion.hpp>
 #include <HistogramUpdateErosion.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+
+#include <Rank/HistogramUpdate.hpp>
+#include <Rank/MinimumRows.hpp>
+
+#include <utility>
+#include <vector>
+
+namespace NORV::TaviOperators::HistogramUpdateErosion {
+namespace {
+
+constexpr Impl::Names names{"HistogramUpdateErosion"};
+
+struct Traits {
+  static constexpr const Impl::Names& names = HistogramUpdateErosion::names;
+  static SizeType rank(SizeType) { return 0; }
+  static double stepsPerVoxel(SizeType) { return 1.0; }
+
+  template <class T>
+  class Rows {
+  public:
+    static constexpr SizeType lanes = 64 / sizeof(T);
+    explicit Rows(std::vector<int64> offsets) : _offsets(std::move(offsets)) {}
+    void operator()(const T* from, T* to, SizeType length) const {
+      Impl::minimumDense(Impl::RowsAtOffsets<T>{from, _offsets.data()}, _offsets.size(), to, length);
+    }
+
+  private:
+    std::vector<int64> _offsets;
+  };
+};
+
+template <class InputPtr, class OutputPtr, class MaskPointer>
+class Operator final : public Impl::HistogramUpdateOperator<Operator<InputPtr, OutputPtr, MaskPointer>, Parameter,
+                                                            Traits, InputPtr, OutputPtr, MaskPointer> {};
+
+}  // namespace
+}  // namespace NORV::TaviOperators::HistogramUpdateErosion
 
 namespace NORV::TaviOperators::DLL {
 namespace {
@@ -26,7 +62,7 @@ HistogramUpdateErosion::Operator& HistogramUpdateErosion::Operator::operator=(co
 
 SmartPointer<IOperator> HistogramUpdateErosion::Operator::getOperatorFromParameterObject(
     SmartPointer<IComposite> composite) const {
-  const Impl::Names& texts = TaviOperators::Erosion::names;  // the texts name the plain erosion
+  const Impl::Names texts("Erosion");  // the texts name the plain erosion
   const auto parameter = Impl::castParameter<Typed::Parameter>(composite, texts.inFrame("invalid parameter object!"));
   const SmartPointer<IVolume> input = parameter->inputVolume.value();
   Impl::requireGiven(input, texts.inFrame("inputVolume is NULL!"));

@@ -3,6 +3,32 @@
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
 
+#include <Rank/HistogramUpdate.hpp>
+#include <Rank/MedianRows.hpp>
+
+namespace NORV::TaviOperators::HistogramUpdateMedian {
+namespace {
+
+constexpr Impl::Names names{"HistogramUpdateMedian"};
+
+struct Traits {
+  static constexpr const Impl::Names& names = HistogramUpdateMedian::names;
+  /// Of an even number of voxels the lower one of the two in the middle.
+  static SizeType rank(SizeType count) { return Impl::lowerMedianOf(count); }
+  /// Each bit of the median costs a comparison and a sum.
+  static double stepsPerVoxel(SizeType bits) { return 1.5 * static_cast<double>(bits); }
+
+  template <class T>
+  using Rows = Impl::MedianRows<T>;
+};
+
+template <class InputPtr, class OutputPtr, class MaskPointer>
+class Operator final : public Impl::HistogramUpdateOperator<Operator<InputPtr, OutputPtr, MaskPointer>, Parameter,
+                                                            Traits, InputPtr, OutputPtr, MaskPointer> {};
+
+}  // namespace
+}  // namespace NORV::TaviOperators::HistogramUpdateMedian
+
 namespace NORV::TaviOperators::DLL {
 namespace {
 

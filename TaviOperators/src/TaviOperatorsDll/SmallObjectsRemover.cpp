@@ -2,6 +2,31 @@
 #include <Impl/Frame/Instances.hpp>
 #include <SmallObjectsRemover.hpp>
 
+#include <Labelling/ObjectSelection.hpp>
+
+namespace NORV::TaviOperators::SmallObjectsRemover {
+namespace {
+
+struct Traits {
+  static constexpr Impl::Names names{"SmallObjectsRemover"};
+
+  static Impl::SizeRule rule(Impl::ObjectSizes&, uint64* protectedSize, uint64 threshold) {
+    if (protectedSize != nullptr) {
+      *protectedSize = threshold;
+    }
+    return {threshold, true};
+  }
+};
+
+constexpr const Impl::Names& names = Traits::names;
+
+template <class InputPtr, class LabelPtr, class OutputPtr>
+class Operator final : public Impl::SelectionOperator<Operator<InputPtr, LabelPtr, OutputPtr>, Parameter, Traits,
+                                                      InputPtr, LabelPtr, OutputPtr> {};
+
+}  // namespace
+}  // namespace NORV::TaviOperators::SmallObjectsRemover
+
 namespace NORV::TaviOperators::DLL {
 namespace {
 

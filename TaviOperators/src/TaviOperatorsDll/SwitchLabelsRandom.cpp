@@ -1,7 +1,124 @@
+#include <Array.hpp>
 #include <DLL/SwitchLabelsRandom.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+#include <Impl/Loops/KeptInput.hpp>
+#include <Impl/Loops/View.hpp>
 #include <SwitchLabelsRandom.hpp>
+#include <Tavi/CheckedCast.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <string>
+#include <utility>
+
+namespace NORV::TaviOperators::SwitchLabelsRandom {
+namespace {
+
+constexpr Impl::Names names{"SwitchLabelsRandom"};
+
+/// The labels from 0 on, each at its own place.
+template <class T>
+Array<T> makeLabels(SizeType count) {
+  Array<T> labels(1, count);
+  for (SizeType i = 0; i < count; ++i) {
+    labels.append(static_cast<T>(i));
+  }
+  return labels;
+}
+
+/// Swaps each label in turn with one drawn from those between the first and the last.
+template <class T>
+void shuffle(const OperatorBase& self, Array<T>& labels, uint32 last) {
+  if (last < 2) {
+    return;  // no label lies between them
+  }
+  for (SizeType i = 1; i <= last && !self.isAborted(); ++i) {
+    uint32 drawn = 0;
+    while (drawn == 0) {
+      drawn = static_cast<uint32>(std::rand()) % last;
+    }
+    std::swap(labels.data()[i], labels.data()[drawn]);
+  }
+}
+
+template <class T>
+T largestVoxel(const Impl::View<const T>& view) {
+  T largest = 0;
+  for (SizeType tert = 0; tert < view.dimTert; ++tert) {
+    for (SizeType sec = 0; sec < view.dimSec; ++sec) {
+      const T* voxel = view.row(sec, tert);
+      for (SizeType prim = 0; prim < view.dimPrim; ++prim, voxel += view.stridePrim) {
+        largest = std::max(largest, *voxel);
+      }
+    }
+  }
+  return largest;
+}
+
+template <class InputPtr, class OutputPtr>
+class Operator final : public TaviOperators::Operator<Operator<InputPtr, OutputPtr>> {
+  using T = VoxelOf<InputPtr>;
+
+public:
+  std::string getType() const override { return Impl::typedIdentifier<InputPtr, OutputPtr>(names); }
+
+  void apply(SmartPointer<IComposite> composite) override {
+    this->beginApply();
+    const auto parameter = Impl::castParameter<Parameter>(composite, getType() + "::apply parameter is NULL");
+    const InputPtr input(parameter->inputVolume.value());
+    Impl::requireGiven(input, names.inApply(" input volume is NULL"));
+    Impl::requireOutputClass<OutputPtr>(parameter->outputVolume.value());
+    const SizeType count = parameter->inputNumberOfLabels.value();
+    Impl::require(count != 0, names.inApply(" Number of labels was not provided"));
+    const auto last = Tavi::checkedCast<uint32>(count - 1);
+    if (last > std::numeric_limits<T>::max()) {
+      throw Exceptions::NumericalOverflow(names.inApply().c_str());
+    }
+    Array<T> labels = makeLabels<T>(count);
+    const auto view = Impl::inputViewOf(*input);
+    if (last < std::numeric_limits<T>::max() && view.size() > 0) {
+      static_cast<void>(labels.at(largestVoxel(view)));
+    }
+    shuffle(*this, labels, last);
+    if (this->isAborted()) {
+      return;
+    }
+    const auto output =
+        this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
+    const auto target = Impl::viewOf(*output);
+    const Impl::KeptInput<T> source(*this, Impl::threadCount(0), Impl::inputViewOf(*input), target,
+                                    Impl::Aliasing::identical);
+    replace(labels.data(), source.view(), target);
+    if (!this->isAborted()) {
+      parameter->outputVolume = output;
+    }
+  }
+
+private:
+  void replace(const T* labels, const Impl::View<const T>& input, const Impl::View<T>& output) {
+    this->setTotal(input.dimTert);
+    for (SizeType tert = 0; tert < input.dimTert; ++tert) {
+      this->advance();
+      if (this->isAborted()) {
+        return;
+      }
+      for (SizeType sec = 0; sec < input.dimSec; ++sec) {
+        const T* from = input.row(sec, tert);
+        T* to = output.row(sec, tert);
+        for (SizeType prim = 0; prim < input.dimPrim; ++prim) {
+          *to = labels[*from];
+          from += input.stridePrim;
+          to += output.stridePrim;
+        }
+      }
+    }
+  }
+};
+
+}  // namespace
+}  // namespace NORV::TaviOperators::SwitchLabelsRandom
 
 namespace NORV::TaviOperators::DLL {
 namespace {

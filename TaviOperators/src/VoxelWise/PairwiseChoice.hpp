@@ -3,33 +3,12 @@
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Loops/TransformVoxels.hpp>
 #include <Operator.hpp>
+#include <PairwiseParameter.hpp>
 
 /// Operators that choose, at each position, one of the voxels of two volumes of like extents.
 ///
 /// Extra memory: none. Parallel over slices; the progress stays 0 until the end.
 namespace NORV::TaviOperators::Impl {
-
-/// The parameter object of `Minimum` and `Maximum`; `Traits` names the operator.
-template <class Derived, class Traits>
-class PairwiseParameter : public CompositeOfProperties<Derived> {
-public:
-  template <class T>
-  using Property = typename CompositeOfProperties<Derived>::template Property<T>;
-
-  Property<SmartPointer<IVolume>> inputFirstVolume;
-  Property<SmartPointer<IVolume>> inputSecondVolume;
-  Property<SizeType> inputNumberOfThreads;
-  Property<SmartPointer<IVolume>> outputVolume;
-
-  PairwiseParameter() {
-    this->append("inputFirstVolume", inputFirstVolume, {Takes::volume, required, "first of the two volumes"});
-    this->append("inputSecondVolume", inputSecondVolume,
-                 {Takes::volume, required, "second volume, of the same voxel type and extents"});
-    this->append("inputNumberOfThreads", inputNumberOfThreads, threadCountKey());
-    this->append("outputVolume", outputVolume, {Takes::volume, required, "target of the same voxel type"});
-  }
-  std::string getType() const override { return Traits::names.parameterType(); }
-};
 
 /// `Traits::Choose<T>` is the rule on the first and the second voxel.
 template <class Derived, class Parameter, class Traits, class InputPtr, class OutputPtr>

@@ -1,11 +1,10 @@
 // The row loops of the voxel-wise operators, each an instance of `transformRow`, for the check that the compiler turns
 // them into vector code. One line for each rule.
 
-#include <Impl/Frame/Instances.hpp>
-#include <Impl/Loops/TransformVoxels.hpp>
-#include <Maximum.hpp>
-#include <Minimum.hpp>
-#include <Saturation.hpp>
+// The rules stand in the sources of the operators.
+#include <TaviOperatorsDll/Maximum.cpp>
+#include <TaviOperatorsDll/Minimum.cpp>
+#include <TaviOperatorsDll/Saturation.cpp>
 
 namespace {
 

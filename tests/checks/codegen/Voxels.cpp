@@ -1,6 +1,9 @@
 // Prints every voxel of some floating-point runs. The program is built for different processors with the options of the
 // library; the outputs must be the same.
 
+#include <DLL/Maximum.hpp>
+#include <DLL/Minimum.hpp>
+#include <DLL/Saturation.hpp>
 #include <Impl/Loops/TransformVoxels.hpp>
 #include <Maximum.hpp>
 #include <Minimum.hpp>
@@ -60,16 +63,17 @@ void runSaturation() {
   parameter->inputVolume = SmartPointer<IVolume>(makeVolume<T>(1));
   parameter->inputLowerLimit.setValue(T(3) / T(7));
   parameter->inputUpperLimit.setValue(T(100) / T(7));
-  Saturation::Operator<VolumePtr<T>, VolumePtr<T>>().apply(SmartPointer<IComposite>(parameter));
+  DLL::Saturation::Operator().apply(SmartPointer<IComposite>(parameter));
   print<T>("Saturation", parameter->outputVolume.value());
 }
 
-template <class T, class Parameter, class Operator>
-void runPairwise(const char* name, Operator&& op) {
+template <class T, class Parameter, class Frame>
+void runPairwise(const char* name) {
   const SmartPointer<Parameter> parameter(new Parameter);
   parameter->inputFirstVolume = SmartPointer<IVolume>(makeVolume<T>(1));
   parameter->inputSecondVolume = SmartPointer<IVolume>(makeVolume<T>(2));
-  op.apply(SmartPointer<IComposite>(parameter));
+  parameter->outputVolume = SmartPointer<IVolume>(makeVolume<T>(3));
+  Frame().apply(SmartPointer<IComposite>(parameter));
   print<T>(name, parameter->outputVolume.value());
 }
 
@@ -92,8 +96,8 @@ void runAll() {
   runAffineRule<T>();
   runSaturation<T>();
   runMinimum<T>();
-  runPairwise<T, Maximum::Parameter>("Maximum", Maximum::Operator<VolumePtr<T>, VolumePtr<T>>());
-  runPairwise<T, Minimum::Parameter>("Minimum", Minimum::Operator<VolumePtr<T>, VolumePtr<T>>());
+  runPairwise<T, Maximum::Parameter, DLL::Maximum::Operator>("Maximum");
+  runPairwise<T, Minimum::Parameter, DLL::Minimum::Operator>("Minimum");
 }
 
 }  // namespace

@@ -30,6 +30,16 @@ void requireGiven(const SmartPointer<T>& pointer, const std::string& otherwise) 
   require(pointer != nullptr, otherwise);
 }
 
+/// Refuses an output of another class as `checkOutputVolume` does, without a change to it: for what is to be checked
+/// before a volume may be resized.
+template <class OutputPtr>
+void requireOutputClass(const SmartPointer<IVolume>& given) {
+  if (given != nullptr) {
+    static_cast<void>(
+        Tavi::Impl::checkOutputVolume<OutputPtr>(given, given->getDimension(), "NORV::TaviOperators::Operator"));
+  }
+}
+
 /// An absent `other` is no difference.
 inline void requireSameVoxelType(const IVolume& volume, const SmartPointer<IVolume>& other,
                                  const std::string& otherwise) {

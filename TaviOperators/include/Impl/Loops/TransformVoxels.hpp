@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 #include <Impl/Loops/View.hpp>
 #include <Tavi/StreamingStore.hpp>
@@ -60,11 +61,10 @@ void transformStrided(const Rule& rule, const View<Out>& output, SizeType sec, S
   }
 }
 
-/// Writes `rule(inputs...)` to every voxel of `output`, in parallel over slices. All views have the same extents.
-/// Large dense outputs that share no voxel with an input are stored past the cache. Extra memory: none.
+/// As `transformVoxels`, for inputs that share no memory with the output or are identical to it.
 template <class Rule, class Out, class... In>
-void transformVoxels(OperatorBase& self, int threads, Steps steps, Schedule schedule, const Rule& rule,
-                     const View<Out>& output, const View<const In>&... inputs) {
+void transformKept(OperatorBase& self, int threads, Steps steps, Schedule schedule, const Rule& rule,
+                   const View<Out>& output, const View<const In>&... inputs) {
   const bool denseRows = output.hasDenseRows() && (inputs.hasDenseRows() && ...);
   const bool denseSlices = output.hasDenseSlices() && (inputs.hasDenseSlices() && ...);
   const SizeType rows = denseSlices ? 1 : output.dimSec;
@@ -87,6 +87,16 @@ void transformVoxels(OperatorBase& self, int threads, Steps steps, Schedule sche
     }
   };
   forEachSlice(self, threads, output.dimTert, steps, slice, schedule);
+}
+
+/// Writes `rule(inputs...)` to every voxel of `output`, in parallel over slices. All views have the same extents; an
+/// input that overlaps the output otherwise than voxel by voxel is copied first. Large dense outputs that share no
+/// voxel with an input are stored past the cache. Extra memory: none but for such a copy.
+template <class Rule, class Out, class... In>
+void transformVoxels(OperatorBase& self, int threads, Steps steps, Schedule schedule, const Rule& rule,
+                     const View<Out>& output, const View<const In>&... inputs) {
+  transformKept(self, threads, steps, schedule, rule, output,
+                KeptInput<In>(self, threads, inputs, output, Aliasing::identical).view()...);
 }
 
 /// As above, with slices shared out evenly.
