@@ -83,7 +83,7 @@ inline HeaderBytes written(HeaderBytes header, uint16 code, const Extents& exten
 inline SmartPointer<TaviOperators::RekTypeReader::Parameter> lookInto(const std::string& file) {
   const auto parameter = makeParameter<TaviOperators::RekTypeReader::Parameter>();
   parameter->inputFilename = file;
-  TaviOperators::RekTypeReader::Operator().apply(parameter);
+  createTyped("NORV::TaviOperators::RekTypeReader::Operator")->apply(parameter);
   return parameter;
 }
 
