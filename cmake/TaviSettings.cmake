@@ -12,6 +12,10 @@ function(tavi_target_settings target)
                VISIBILITY_INLINES_HIDDEN ON
                POSITION_INDEPENDENT_CODE ON)
 
+  # Failures and assertions name files by their paths in this repository, on whatever machine they were compiled.
+  target_compile_options(${target} PRIVATE -ffile-prefix-map=${PROJECT_BINARY_DIR}/=build/
+                                           -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+
   # A fused multiply-add rounds once where two instructions round twice: without it every build gives the same voxels.
   target_compile_options(${target} PRIVATE -ffp-contract=off)
 

@@ -5,14 +5,20 @@
 
 /// Filters a volume with a median whose neighbourhood changes from voxel to voxel.
 ///
-/// At each voxel an index chooses one of the given kernels; the result is the lower median of the voxels under those
-/// kernel voxels that are not 0, the kernel being centred. Where the chosen kernel reaches past the volume, the output
-/// keeps what it held. A floating-point NaN counts as beyond infinity, on the side of its sign.
+/// At each voxel an index chooses one of the kernels; the result is the lower median of the voxels under the non-zero
+/// voxels of that kernel, which is centred.
 ///
-/// Extra memory: 8 bytes for each set voxel of each kernel, a table of up to 4 n log(n)^2 bytes for each number n <=
-/// 512 of them that occurs; per thread up to 128 bytes for each voxel of the largest kernel, a few mebibytes at the
-/// most, or one voxel for each where that is more. Parallel over slices as threads become free, one step of progress
-/// each. The output must not share voxels with the input.
+/// - Border: where the chosen kernel reaches past the volume, the output keeps what it held.
+/// - NaN: a NaN counts as beyond infinity, on the side of its sign.
+/// - Failures: InvalidParameterObjectException for missing volumes or kernels, indices of other extents, a kernel of
+///   another voxel type, of even extents, larger than the volume along all axes or without a voxel; IndexOutOfRange for
+///   an index past the kernels. All before the output is resized.
+/// - Memory: 8 bytes for each voxel of each kernel; a table of up to 4 n log(n)^2 bytes for each number n <= 512 of
+///   kernel voxels that occurs; per thread up to 128 bytes for each voxel of the largest kernel. A copy of an input
+///   that shares voxels with the output.
+/// - Threads: parallel over slices as threads become free, one step of progress each; the result does not depend on the
+///   number of threads.
+/// - Cost: a selection network per kernel on vectors of voxels; grows with n log(n)^2 for kernels of n voxels.
 namespace NORV::TaviOperators::AdaptiveMedian {
 
 using Kernels = Tavi::Container::Vector<SmartPointer<IVolume>>;

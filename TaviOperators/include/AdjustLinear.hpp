@@ -2,12 +2,20 @@
 
 #include <Parameter.hpp>
 
-/// Stretches the grey values of a volume linearly, from an original range to a result range; what lies outside the
-/// original range takes the limits of the result range.
+/// Maps a range of grey values linearly onto another.
 ///
-/// The arithmetic is that of float32 for 8- and 16-bit input and that of float64 for all other. Integer results are
-/// rounded to the nearest, halves up. A NaN voxel stays NaN in a float volume and becomes 0 in an integer one.
-/// Extra memory: none; for 8-bit volumes 256 bytes. Parallel over slices, one step of progress each.
+/// Values outside the original range take the limits of the result range. The arithmetic is that of float32 for 8- and
+/// 16-bit input and that of float64 for all other. Integer results are rounded to the nearest, halves up.
+///
+/// - Border: every voxel is written.
+/// - NaN: stays NaN in a float volume, becomes 0 in an integer one.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   NULLPointer for a missing value, BadCast for one of another type; std::overflow_error for a thread count beyond
+///   2147483647; InvalidParameterObjectException for a minimum above its maximum.
+/// - Memory: 256 bytes for 8-bit volumes. None beyond the output, but a copy of an input that overlaps the output in
+///   another way than voxel by voxel.
+/// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.
+/// - Cost: one pass at the speed of memory.
 namespace NORV::TaviOperators::AdjustLinear {
 
 /// One run. The original range is in grey values of inputVolume, the result range in those of outputVolume.

@@ -52,8 +52,8 @@ public:
   }
 
   /// Throws IndexOutOfRange at or past the end.
-  T& at(SizeType index) { return _data[checked(index, "Array::at")]; }
-  const T& at(SizeType index) const { return _data[checked(index, "Array::at")]; }
+  T& at(SizeType index) { return _data[checked(index, {"Array::at", "TaviOperators/include/Array", 382})]; }
+  const T& at(SizeType index) const { return _data[checked(index, {"Array::at", "TaviOperators/include/Array", 382})]; }
   /// The last element; throws IndexOutOfRange if there is none.
   T& back() { return _data[checked(_size - 1, "Array::back")]; }
   const T& back() const { return _data[checked(_size - 1, "Array::back")]; }

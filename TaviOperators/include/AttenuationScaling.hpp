@@ -2,15 +2,24 @@
 
 #include <Parameter.hpp>
 
-/// Scales a window of attenuation values to grey values. The attenuation value of a voxel is
-/// voxel / inputFactor - inputOffset; inside the window the grey value is
-/// floor((attenuation - minimum attenuation) / scale - minimum grey value + 0.5), with the window's extent per grey
-/// value as scale, outside it is the limit of the grey values.
+/// Scales a window of attenuation values to grey values.
 ///
-/// The minimum grey value is subtracted, so the scaled values join the limits only where it is 0. All arithmetic is
-/// that of float32, for a float64 output that of float64. An integer output keeps the low bits of a result that it
-/// cannot hold, as for a negative one, and 0 of a NaN or of one whose low bits are unknown (from 2^31 on, from 2^63 on
-/// for uint32). Extra memory: none; from uint8 to uint8 256 bytes. Parallel over slices, one step of progress each.
+/// The attenuation of a voxel is voxel / inputFactor - inputOffset. Inside the window the grey value is
+/// floor((attenuation - minimum attenuation) / scale - minimum grey value + 0.5), where scale is the attenuation per
+/// grey value; outside it is the limit itself. The minimum grey value is subtracted, so the scaled values meet the
+/// limits only where it is 0. The arithmetic is that of float32, for a float64 output that of float64. An integer
+/// output keeps the low bits of a result that it cannot hold, and 0 where these are unknown (from 2^31 on, from 2^63 on
+/// for uint32).
+///
+/// - Border: every voxel is written.
+/// - NaN: a factor of 0 gives NaN for voxels of 0: NaN in float outputs, 0 in integer ones.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   NULLPointer for a missing value, BadCast for one of another type; std::overflow_error for a thread count beyond
+///   2147483647; InvalidArg for a maximum below its minimum.
+/// - Memory: 256 bytes from uint8 to uint8. None beyond the output, but a copy of an input that overlaps the output in
+///   another way than voxel by voxel.
+/// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.
+/// - Cost: one pass at the speed of memory.
 namespace NORV::TaviOperators::AttenuationScaling {
 
 /// One run. Attenuation values, offset and factor are `Data<float32>`, for a float64 output `Data<float64>`; the grey

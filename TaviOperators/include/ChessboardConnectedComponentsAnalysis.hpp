@@ -2,7 +2,22 @@
 
 #include <ConnectedComponentsParameter.hpp>
 
-/// Numbers the objects of a volume, where voxels that share a face, an edge or a corner are of one object.
+/// Numbers the objects of a volume, which connect through faces, edges and corners.
+///
+/// An object is a connected set of voxels that differ from the background value. Numbers begin at 1, in the order in
+/// which the scan meets the objects.
+///
+/// - Border: every voxel is written.
+/// - NaN: there is none in integer voxels.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   NULLPointer for a missing background value, BadCast for one of another type; NumericalOverflow where labels before
+///   merging exceed the voxel type of the output, which then holds such labels.
+/// - Memory: a table of inputExpectedNumberOfLabels labels, which grows in such steps and stays with the operator; bits
+///   for a few rows. A copy of an input that overlaps the output in another way than voxel by voxel.
+/// - Threads: serial. Two steps of progress per slice: the labels, their final numbers.
+/// - Cost: two passes; runs of background and foreground are found with vectors of bits.
+/// - Paper: A. Rosenfeld, J. L. Pfaltz: Sequential Operations in Digital Picture Processing. Journal of the ACM 13
+///   (1966).
 namespace NORV::TaviOperators::ChessboardConnectedComponentsAnalysis {
 
 /// One run. The background is a `Data<T>` of the voxel type of inputFirstVolume.

@@ -2,11 +2,23 @@
 
 #include <DistanceParameter.hpp>
 
-/// Gives each voxel the number of steps through faces, edges and corners to the nearest voxel of a given value.
+/// Gives each voxel its distance in steps through faces, edges and corners.
 ///
-/// Distances count voxels, whatever their size. None exceeds the largest value of the output's voxel type minus 2 minus
-/// twice the largest extent of the volume, wrapped into the type; a voxel that no voxel of the value reaches holds
-/// that. During a run both volumes have another orientation, which an aborted run leaves behind.
+/// The distance is the number of steps to the nearest voxel of inputObjectValue, in voxels, whatever their size. None
+/// exceeds the largest value of the output's voxel type minus 2 minus twice the largest extent of the volume, wrapped
+/// into the type; a voxel that no voxel of the value reaches holds that. During a run both volumes have another
+/// orientation, which an aborted run leaves behind.
+///
+/// - Border: every voxel is written.
+/// - NaN: differs from every value.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   NULLPointer for a missing value, BadCast for one of another type.
+/// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
+///   voxel.
+/// - Threads: serial, as each row needs the one before it. Three steps of progress per slice.
+/// - Cost: two passes in place, forward and back.
+/// - Paper: A. Rosenfeld, J. L. Pfaltz: Sequential Operations in Digital Picture Processing. Journal of the ACM 13
+///   (1966).
 namespace NORV::TaviOperators::ChessboardDistanceTransform {
 
 class Parameter final : public DistanceParameter<Parameter> {

@@ -2,14 +2,22 @@
 
 #include <Parameter.hpp>
 
-/// Scales attenuation coefficients to grey values: a range of coefficients is mapped linearly onto a range of grey
-/// values, whose limits serve for the coefficients outside. The factor and the offset of the mapping are put out as
-/// `ConversionToAttenuationCoefficient` takes them for the way back.
+/// Scales a range of attenuation coefficients linearly to grey values.
 ///
-/// The arithmetic is that of float64, rounded to the nearest grey value, halves up. A voxel that has no scaled value
-/// (NaN, or any inside a range of which both ends are equal) takes the minimum scaled value. Results that rounding
-/// carries beyond the output's voxel type are limited to it. Factor and offset may be infinite or NaN where a range has
-/// no extent. Extra memory: none. Parallel over slices, one step of progress each.
+/// Coefficients outside the range take the limits of the grey values. Factor and offset of the mapping are results, as
+/// ConversionToAttenuationCoefficient takes them for the way back; they may be infinite or NaN where a range has no
+/// extent. The arithmetic is that of float64, rounded to the nearest grey value, halves up. Results that rounding
+/// carries beyond the output's voxel type are limited to it.
+///
+/// - Border: every voxel is written.
+/// - NaN: takes the minimum scaled value, like any voxel inside a range without extent.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   NULLPointer for a missing value, BadCast for one of another type; std::overflow_error for a thread count beyond
+///   2147483647.
+/// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
+///   voxel.
+/// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.
+/// - Cost: one pass at the speed of memory.
 namespace NORV::TaviOperators::ConversionFromAttenuationCoefficient {
 
 /// One run. The coefficients, outputFactor and outputOffset are `Data<T>` of the voxel type of inputVolume, the scaled

@@ -2,11 +2,20 @@
 
 #include <Parameter.hpp>
 
-/// Turns grey values into attenuation coefficients: voxel / inputFactor - inputOffset.
+/// Turns grey values into attenuation coefficients.
 ///
-/// The arithmetic is that of the output's voxel type; a factor of 0 gives infinity or, for voxels of 0, NaN. It undoes
-/// `ConversionFromAttenuationCoefficient`, up to rounding, with the factor and the offset that that one puts out.
-/// Extra memory: none. Parallel over slices, one step of progress each.
+/// A voxel becomes voxel / inputFactor - inputOffset. The arithmetic is that of the output's voxel type. It undoes
+/// ConversionFromAttenuationCoefficient, up to rounding, with the factor and the offset that that operator gives.
+///
+/// - Border: every voxel is written.
+/// - NaN: a factor of 0 gives infinity or, for voxels of 0, NaN.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   NULLPointer for a missing value, BadCast for one of another type; std::overflow_error for a thread count beyond
+///   2147483647.
+/// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
+///   voxel.
+/// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.
+/// - Cost: one pass at the speed of memory.
 namespace NORV::TaviOperators::ConversionToAttenuationCoefficient {
 
 /// One run. Factor and offset are `Data<T>` of the voxel type of outputVolume.

@@ -2,16 +2,22 @@
 
 #include <RankKeys.hpp>
 
-/// Writes to each voxel the minimum of the voxels under a structuring element, whose anchor lies at that voxel (grey
-/// value erosion: J. Serra, Image Analysis and Mathematical Morphology, 1982).
+/// Writes to each voxel the minimum of the voxels under a structuring element.
 ///
-/// Only voxels where the whole element lies inside the volume are written; all others keep what they had. The minimum
-/// goes through the element in the order of the mask; a NaN is replaced by the voxel after it, so only one that comes
-/// last results.
+/// The anchor of the element lies at the voxel that is written. The minimum is taken in the order of the mask.
 ///
-/// Extra memory: 9 bytes per voxel of the element; a copy of the input if it shares voxels with the output; under
-/// larger elements up to twice as many slices per thread as the element has. Parallel over slices, each of which is a
-/// step.
+/// - Border: only voxels where the anchor and the whole element lie inside the volume are written; all others keep what
+///   they held. An element that does not fit writes nothing.
+/// - NaN: is replaced by the voxel after it, so only a NaN at the last voxel of the element results.
+/// - Failures: InvalidParameterObjectException for a missing volume or mask, a mask without a voxel, or an outputVolume
+///   of another voxel type; std::overflow_error for a thread count beyond 2147483647; InvalidArg for an anchor outside
+///   the mask or a mask that is longer than the volume.
+/// - Memory: 9 bytes per voxel of the element; under larger elements up to twice as many slices per thread as the
+///   element has. A copy of an input or a mask that shares voxels with the output.
+/// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.
+/// - Cost: under a box a few comparisons per voxel and axis; otherwise one comparison per voxel of the element at most,
+///   with shared partial minima.
+/// - Paper: J. Serra: Image Analysis and Mathematical Morphology. Academic Press 1982.
 namespace NORV::TaviOperators::Erosion {
 
 /// One run. The mask is a volume of `uint8` that is nowhere longer than the input, the anchor a voxel of it.

@@ -2,11 +2,18 @@
 
 #include <Parameter.hpp>
 
-/// Finds the smallest and the largest voxel value of the view of a volume.
+/// Finds the smallest and the largest voxel value of a volume.
 ///
-/// A NaN never replaces a value, but the first voxel of a slice always counts: if it is a NaN, its slice is ignored,
-/// and if it is the first voxel of the volume, both results are NaN. Of an empty volume both results are 0. After an
-/// abort the results mean nothing. Extra memory: two values per slice. Parallel over slices, one step of progress each.
+/// Only the voxels of the view count. Of an empty volume both results are 0. After an abort the results mean nothing.
+///
+/// - Border: every voxel is read.
+/// - NaN: never replaces a value, but the first voxel of a slice always counts: a NaN there hides its slice, and as the
+///   first voxel of the volume makes both results NaN.
+/// - Failures: InvalidParameterObjectException for a missing volume; std::overflow_error for a thread count beyond
+///   2147483647.
+/// - Memory: two values per slice.
+/// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.
+/// - Cost: one read at the speed of memory.
 namespace NORV::TaviOperators::ExtremeValueCalculation {
 
 /// One run. The results are `Data<T>` of the voxel type of inputVolume.

@@ -2,13 +2,20 @@
 
 #include <Parameter.hpp>
 
-/// Remaps the grey values of a volume so that their distribution follows that of a reference volume: each value goes to
-/// the one of the reference at which as large a share of the voxels is reached (R. C. Gonzalez, R. E. Woods, "Digital
-/// Image Processing", histogram specification).
+/// Remaps grey values so that their distribution follows a reference volume.
 ///
-/// An empty volume has no distribution: all shares are NaN then, and every value goes to the largest. Extra memory: 21
-/// bytes per value of the voxel type and, while voxels are counted, 4 KiB (uint8) or 512 KiB (uint16) per thread and
-/// once more. Parallel on all threads that the runtime offers. The progress is that of the first thread's slices.
+/// Each value goes to the one of the reference at which as large a share of the voxels is reached. An empty volume has
+/// no distribution: every value goes to the largest then.
+///
+/// - Border: every voxel is written.
+/// - NaN: there is none in integer voxels.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type.
+/// - Memory: 21 bytes per value of the voxel type and, while voxels are counted, 4 KiB (uint8) or 512 KiB (uint16) per
+///   thread and once more.
+/// - Threads: parallel on all threads that the runtime offers; the result does not depend on their number. The progress
+///   is that of the slices of the first thread.
+/// - Cost: two passes at the speed of memory, and one over the reference.
+/// - Paper: R. C. Gonzalez, R. E. Woods: Digital Image Processing, histogram specification.
 namespace NORV::TaviOperators::HistogramSpecificationUsingReferenceVolume {
 
 class Parameter final : public CompositeOfProperties<Parameter> {

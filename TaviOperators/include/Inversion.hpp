@@ -2,10 +2,18 @@
 
 #include <Parameter.hpp>
 
-/// Inverts the grey values of an integer volume over the whole range of the voxel type: each voxel becomes its bitwise
-/// complement, which is 255 - x for uint8 and -1 - x for signed types.
+/// Replaces each voxel of an integer volume by its bitwise complement.
 ///
-/// Extra memory: none. Parallel over slices; the progress stays 0 until the end.
+/// That is 255 - x for uint8 and -1 - x for signed types.
+///
+/// - Border: every voxel is written.
+/// - NaN: there is none in integer voxels.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   std::overflow_error for a thread count beyond 2147483647.
+/// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
+///   voxel.
+/// - Threads: parallel over slices; the result does not depend on the number of threads. No steps of progress.
+/// - Cost: one pass at the speed of memory.
 namespace NORV::TaviOperators::Inversion {
 
 /// One run.

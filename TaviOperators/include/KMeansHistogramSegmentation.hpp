@@ -4,14 +4,22 @@
 
 #include <limits>
 
-/// Divides the grey values of a volume into classes around centres and labels each voxel with the number of its class,
-/// from 1 on. The classes come from k-means (S. Lloyd, "Least squares quantization in PCM", IEEE Trans. Inf. Theory 28,
-/// 1982) on the histogram, with evenly spaced seeds: no random start, and no cost per voxel and iteration.
+/// Labels each voxel with the number of its grey-value class, found by k-means.
 ///
-/// Labels are those of the last assignment, in the order of the seeds; a number that the labels' type does not hold is
-/// narrowed. InvalidParameterObjectException for no class or more than 2^24. Extra memory: 24 bytes per class, at most
-/// 1.5 MiB of tables, and per thread 4 KiB (uint8) or 512 KiB (uint16) while voxels are counted. Parallel over slices.
-/// Three steps of progress per slice: counted, clustered (a guess), labelled.
+/// The classes come from k-means on the histogram with evenly spaced seeds, so there is no random start. Classes count
+/// from 1, in the order of the seeds; labels are those of the last assignment. A number that the voxel type of the
+/// labels does not hold is narrowed.
+///
+/// - Border: every voxel is written.
+/// - NaN: there is none in integer voxels.
+/// - Failures: InvalidParameterObjectException for a missing volume, no class or more than 16777216 classes, or an
+///   outputLabelVolume of another voxel type; std::overflow_error for a thread count beyond 2147483647.
+/// - Memory: 24 bytes per class, at most 1.5 MiB of tables, and per thread 4 KiB (uint8) or 512 KiB (uint16) while
+///   voxels are counted.
+/// - Threads: parallel over slices; the result does not depend on the number of threads. Three steps of progress per
+///   slice: counted, clustered (a guess), labelled.
+/// - Cost: three passes at the speed of memory; an iteration costs no more than the histogram.
+/// - Paper: S. Lloyd: Least squares quantization in PCM. IEEE Trans. Inf. Theory 28 (1982).
 namespace NORV::TaviOperators::KMeansHistogramSegmentation {
 
 /// As many iterations as it takes.

@@ -2,10 +2,19 @@
 
 #include <BinarizationParameter.hpp>
 
-/// Separates the voxels within a range of grey values, both limits included, from all others.
+/// Separates the voxels within a range of grey values from all others.
 ///
-/// A NaN lies on neither side of the range and so is foreground. Limits in the wrong order leave nothing between them.
-/// Extra memory: none. Parallel over slices; the progress stays 0 until the end.
+/// Both limits belong to the range. Limits in the wrong order leave nothing between them.
+///
+/// - Border: every voxel is written.
+/// - NaN: lies on neither side of the range and so is foreground.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   NULLPointer for a missing value, BadCast for one of another type; std::overflow_error for a thread count beyond
+///   2147483647.
+/// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
+///   voxel.
+/// - Threads: parallel over slices; the result does not depend on the number of threads. No steps of progress.
+/// - Cost: one pass at the speed of memory.
 namespace NORV::TaviOperators::RangeBinarization {
 
 /// One run. The thresholds are each a `Data<T>` of the voxel type of inputVolume, the two values of that of

@@ -2,13 +2,20 @@
 
 #include <Parameter.hpp>
 
-/// Mirrors the grey values of a volume within the range that they have: a voxel x becomes n - x + m, where m is the
-/// smallest and n the largest voxel of the view.
+/// Mirrors the grey values of a volume within the range that they have.
 ///
-/// The arithmetic is that of the voxel type. It is computed for each voxel also where the few values of a narrow range
-/// would fit a table: a look into a table takes longer than two additions and gives the same. A NaN voxel stays NaN; if
-/// it is the first of the volume, all voxels become NaN. Extra memory: two values per slice. Parallel over slices; the
-/// search for the extremes is half of the progress, the slices are the other half.
+/// A voxel x becomes n - x + m, where m is the smallest and n the largest voxel of the view. The arithmetic is that of
+/// the voxel type.
+///
+/// - Border: every voxel is written.
+/// - NaN: stays NaN; as the first voxel of the volume it makes all voxels NaN.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   std::overflow_error for a thread count beyond 2147483647.
+/// - Memory: two values per slice. None beyond the output, but a copy of an input that overlaps the output in another
+///   way than voxel by voxel.
+/// - Threads: parallel over slices; the result does not depend on the number of threads. The search for the extremes is
+///   half of the progress, the slices are the other half.
+/// - Cost: two passes at the speed of memory.
 namespace NORV::TaviOperators::RangeInversion {
 
 /// One run.

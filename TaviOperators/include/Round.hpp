@@ -2,11 +2,19 @@
 
 #include <Parameter.hpp>
 
-/// Rounds every voxel to a number of decimal places. Halves go up, also below zero: -2.5 becomes -2.
+/// Rounds every voxel to a number of decimal places, halves up.
 ///
-/// All arithmetic is that of the voxel type, the half included, so a `float32` voxel is rounded to places that
-/// `float32` has. Where the scale, 10 to the power of the places, is beyond the voxel type, it is infinite and every
-/// voxel NaN. Extra memory: none. Parallel over slices; the progress stays 0 until the end.
+/// Halves go up also below zero: -2.5 becomes -2. All arithmetic is that of the voxel type, so a float32 voxel is
+/// rounded to places that float32 has.
+///
+/// - Border: every voxel is written.
+/// - NaN: stays NaN. Where 10 to the power of the places is beyond the voxel type, every voxel becomes NaN.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   std::overflow_error for a thread count beyond 2147483647.
+/// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
+///   voxel.
+/// - Threads: parallel over slices; the result does not depend on the number of threads. No steps of progress.
+/// - Cost: one pass at the speed of memory.
 namespace NORV::TaviOperators::Round {
 
 /// One run.

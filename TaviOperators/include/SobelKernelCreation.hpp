@@ -2,10 +2,18 @@
 
 #include <Parameter.hpp>
 
-/// Makes the Sobel kernels, which smooth across an axis and differentiate along it, as tiny volumes for a convolution.
+/// Makes the five Sobel kernels as small volumes for a convolution.
 ///
-/// I. Sobel, G. Feldman: A 3x3 Isotropic Gradient Operator for Image Processing (1968), and its extension to volumes.
-/// Extra memory: none. One thread.
+/// A kernel smooths across an axis and differentiates along it. All outputs are checked before one is resized.
+///
+/// - Border: every voxel is written.
+/// - NaN: there is none in the results.
+/// - Failures: InvalidParameterObjectException for an output of another voxel type than the first that is given;
+///   std::invalid_argument if none is given.
+/// - Memory: none beyond the outputs.
+/// - Threads: serial. No steps of progress.
+/// - Cost: constant.
+/// - Paper: I. Sobel, G. Feldman: A 3x3 Isotropic Gradient Operator for Image Processing (1968), extended to volumes.
 namespace NORV::TaviOperators::SobelKernelCreation {
 
 /// One run. All volumes are of one voxel type; at least one must be given, which tells that type. Those that are absent

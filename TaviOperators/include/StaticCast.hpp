@@ -2,10 +2,21 @@
 
 #include <Parameter.hpp>
 
-/// Turns a volume of one voxel type into another by plain numeric conversion of each voxel: see
-/// Impl/PlainConversion.hpp for what becomes of values that the target does not hold.
+/// Turns a volume of one voxel type into another by plain numeric conversion.
 ///
-/// Extra memory: none. Parallel over slices; the progress stays 0 until the end.
+/// An integer that the target does not hold keeps its low bits. A floating-point voxel is truncated toward zero, to 64
+/// bits for uint32 and to 32 bits for the other integers, of which the target keeps the low bits: -1.0 becomes
+/// 4294967295 in uint32, 300.0 becomes 44 in uint8. A value beyond these bits becomes their lowest number. float64 to
+/// float32 and integers to floating point round to nearest.
+///
+/// - Border: every voxel is written.
+/// - NaN: becomes -2147483648 in int32, 0 in all other integers, and stays NaN in float targets.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   std::overflow_error for a thread count beyond 2147483647.
+/// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
+///   voxel.
+/// - Threads: parallel over slices; the result does not depend on the number of threads. No steps of progress.
+/// - Cost: one pass at the speed of memory.
 namespace NORV::TaviOperators::StaticCast {
 
 /// One run. The voxel type of outputVolume, if it is given, is the target type.

@@ -2,10 +2,18 @@
 
 #include <Parameter.hpp>
 
-/// Reverses the bytes of each voxel, so that volumes of machines with the other byte order can be read. Voxels of one
-/// byte are copied.
+/// Reverses the order of the bytes of each voxel.
 ///
-/// Extra memory: none. Parallel over slices; the progress stays 0 until the end.
+/// So volumes of machines with the other byte order can be read. Voxels of one byte are copied.
+///
+/// - Border: every voxel is written.
+/// - NaN: there is none in integer voxels.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   std::overflow_error for a thread count beyond 2147483647.
+/// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
+///   voxel.
+/// - Threads: parallel over slices; the result does not depend on the number of threads. No steps of progress.
+/// - Cost: one pass at the speed of memory.
 namespace NORV::TaviOperators::SwapByteOrder {
 
 /// One run.

@@ -2,13 +2,19 @@
 
 #include <Parameter.hpp>
 
-/// Permutes the labels of a label volume at random, all but 0, so that neighbouring objects get numbers, and colours,
-/// far apart.
+/// Permutes the labels of a label volume at random, except 0.
 ///
-/// The permutation follows the process-wide sequence of `std::rand`, which is not seeded here: `std::srand` makes runs
-/// repeatable. A label at or beyond inputNumberOfLabels throws IndexOutOfRange before anything is written; a number of
-/// labels beyond 2^32 throws `std::overflow_error`. Extra memory: one label per number of labels. One thread; a step of
-/// progress per slice.
+/// So neighbouring objects get numbers, and colours, far apart. The permutation follows the process-wide sequence of
+/// std::rand, which is not seeded here: std::srand makes runs repeatable.
+///
+/// - Border: every voxel is written.
+/// - NaN: there is none in integer voxels.
+/// - Failures: InvalidParameterObjectException for a missing volume or number of labels, or an outputVolume of another
+///   voxel type; std::overflow_error for a number of labels beyond 2^32, NumericalOverflow for one beyond the voxel
+///   type; IndexOutOfRange for a label at or beyond the number. All before the output is resized.
+/// - Memory: one label per number of labels.
+/// - Threads: serial. One step of progress per slice.
+/// - Cost: two passes at the speed of memory.
 namespace NORV::TaviOperators::SwitchLabelsRandom {
 
 /// One run.

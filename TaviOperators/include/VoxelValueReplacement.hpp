@@ -2,10 +2,19 @@
 
 #include <Parameter.hpp>
 
-/// Gives all voxels of one grey value another. The comparison is exact, also for floating point: -0.0 equals 0.0, and
-/// NaN equals nothing.
+/// Replaces one grey value of a volume by another.
 ///
-/// Extra memory: none. Works on as many slabs as the runtime offers threads; the progress follows the first of them.
+/// The comparison is exact: -0.0 equals 0.0.
+///
+/// - Border: every voxel is written.
+/// - NaN: equals nothing, so it stays and cannot be replaced.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   NULLPointer for a missing value, BadCast for one of another type.
+/// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
+///   voxel.
+/// - Threads: as many slabs as the runtime offers threads; the result does not depend on their number. The progress
+///   follows the first slab.
+/// - Cost: one pass at the speed of memory.
 namespace NORV::TaviOperators::VoxelValueReplacement {
 
 /// One run. Both values are each a `Data<T>` of the voxel type of inputVolume.

@@ -2,11 +2,21 @@
 
 #include <Parameter.hpp>
 
-/// Marks the voxels at which a signed volume, such as a Laplacian, falls from above zero to zero or below.
+/// Marks where a signed volume falls from above zero to zero or below.
 ///
-/// D. Marr, E. Hildreth: Theory of Edge Detection. Proceedings of the Royal Society B 207 (1980). The test is
-/// one-sided, so an edge is one voxel wide and lies on the side that is not positive. Extra memory: none. Parallel over
-/// slices, or over rows where an extent is 1; each is a step of progress.
+/// Suited to a Laplacian. The test is one-sided, so an edge is one voxel wide and lies on the side that is not
+/// positive.
+///
+/// - Border: every voxel is written; outside the volume all is 0, which crosses nothing.
+/// - NaN: is neither above zero nor a crossing beside.
+/// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
+///   NULLPointer for a missing value, BadCast for one of another type; std::overflow_error for a thread count beyond
+///   2147483647.
+/// - Memory: none beyond the output, but a copy of an input that shares voxels with it.
+/// - Threads: parallel over slices, or over rows where an extent is 1; each is a step of progress. The result does not
+///   depend on the number of threads.
+/// - Cost: one pass at the speed of memory.
+/// - Paper: D. Marr, E. Hildreth: Theory of Edge Detection. Proceedings of the Royal Society B 207 (1980).
 namespace NORV::TaviOperators::ZeroCrossingEdgeDetector {
 
 /// One run. inputVolume is of a signed type, outputVolume of uint8 or uint16.

@@ -72,7 +72,8 @@ TEST(ToolInterrupt, EndsTheProcessWithStatus130AndTellsWhatIsLeft) {
   writeLargeRek("large.rek", 1024, 1024, 512);
   writeFile("out.rek", "old");
   Running tool(
-      {"run", "Saturation", "inputVolume=large.rek", "inputLowerLimit=0", "inputUpperLimit=9", "outputVolume=out.rek"});
+      {"run", "Saturation", "inputVolume=large.rek", "inputLowerLimit=0", "inputUpperLimit=9", "outputVolume=out.rek",
+       "--progress"});
   ASSERT_TRUE(tool.waitForError("tavi: load large.rek\n"));
   tool.signal(SIGINT);
   const Outcome outcome = tool.finish();
@@ -87,7 +88,8 @@ TEST(ToolInterrupt, LeavesNoPartialFileBehind) {
   writeLargeRek("large.rek", 1024, 1024, 256);
   writeFile("out.rek", "old");
   Running tool(
-      {"run", "Saturation", "inputVolume=large.rek", "inputLowerLimit=0", "inputUpperLimit=9", "outputVolume=out.rek"});
+      {"run", "Saturation", "inputVolume=large.rek", "inputLowerLimit=0", "inputUpperLimit=9", "outputVolume=out.rek",
+       "--progress"});
   ASSERT_TRUE(tool.waitForError("tavi: save out.rek\n"));
   tool.signal(SIGINT);
   const Outcome outcome = tool.finish();
@@ -153,6 +155,7 @@ public:
 };
 
 TEST(ToolProgress, BarIsDrawnOnATerminal) {
+  ::setenv("TERM", "xterm", 1);
   int terminal = -1, line = -1;
   ASSERT_EQ(::openpty(&terminal, &line, nullptr, nullptr, nullptr), 0);
   const int errors = ::dup(STDERR_FILENO);

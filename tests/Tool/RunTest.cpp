@@ -124,8 +124,10 @@ TEST_F(ToolRun, MayWriteOverItsInput) {
   EXPECT_EQ(readRek<uint8>("in.rek"), clamped(50, 100));
 }
 
-TEST_F(ToolRun, SpeaksInPlainLinesWhereNobodyWatches) {
-  const Outcome outcome = run({"info", "in.rek"});
+TEST_F(ToolRun, IsSilentWhereNobodyWatches) { EXPECT_EQ(run({"info", "in.rek"}).err, ""); }
+
+TEST_F(ToolRun, ShowsProgressInPlainLinesWhereAsked) {
+  const Outcome outcome = run({"info", "in.rek", "--progress"});
   EXPECT_EQ(outcome.err.substr(0, 18), "tavi: load in.rek\n");
   EXPECT_NE(outcome.err.find("tavi: load in.rek: done in 0."), std::string::npos) << outcome.err;
   EXPECT_EQ(outcome.err.find('\r'), std::string::npos);

@@ -66,11 +66,12 @@ private:
 
 using CompositeFactory = ClassFactory<std::string, Persistence::IComposite>;
 
-/// The one factory of the process, made at first use. The symbol is exported also from executables, so that a library
-/// that is loaded at run time finds the factory of its host.
+/// The one factory of the process, made at first use and never destroyed: static objects of hosts may use it to the
+/// end. The symbol is exported also from executables, so that a library that is loaded at run time finds the factory of
+/// its host.
 TAVI_EXPORT inline CompositeFactory& getClassFactory() {
-  static CompositeFactory factory;
-  return factory;
+  static CompositeFactory* const factory = new CompositeFactory;
+  return *factory;
 }
 
 /// Makes objects by a plain function.

@@ -23,10 +23,17 @@ struct Origin {
   // Implicit: a literal at the throw expression becomes an origin there, with file and line of that very place.
   Origin(const char* name, std::source_location place = std::source_location::current()) noexcept
       : function(name),
-        where(place) {}
+        file(place.file_name()),
+        line(static_cast<int>(place.line())) {}
+  /// A place that is part of the interface, whatever the source that throws. `sourceFile` is a literal.
+  Origin(const char* name, const char* sourceFile, int sourceLine) noexcept
+      : function(name),
+        file(sourceFile),
+        line(sourceLine) {}
 
   const char* function;
-  std::source_location where;
+  const char* file;
+  int line;
 };
 
 class Exception;
@@ -154,12 +161,12 @@ protected:
                                          int64 errorCode = 0) noexcept
       : _errorMessage(std::move(errorMessage.text)),
         _errorCode(errorCode),
-        _line(static_cast<int>(origin.where.line())),
+        _line(origin.line),
         _damaged(!errorMessage.complete) {
     guarded([&] {
       _guiMessage = guiMessage;
       _origin = origin.function;
-      _file = origin.where.file_name();
+      _file = origin.file;
     });
     countLiving(+1);
   }

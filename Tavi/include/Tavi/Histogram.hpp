@@ -42,7 +42,9 @@ public:
   /// Large volumes are counted by all threads that the runtime offers. Extra memory: that of a VoxelCounter per thread.
   void add(const VolumePtr<T>& valueVolume) {
     if (valueVolume == nullptr) {
-      throw Exceptions::InvalidArg("NORV::Tavi::Histogram::Histogram::add", "valueVolume is NULL");
+      throw Exceptions::InvalidArg(
+          {"NORV::Tavi::Histogram::Histogram::add", "TaviOperators/include/../../Tavi/include/Tavi/Histogram", 83},
+          "valueVolume is NULL");
     }
     static constexpr bool neverAborted = false;
     Progress progress;

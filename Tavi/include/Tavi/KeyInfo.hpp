@@ -41,10 +41,12 @@ struct KeyInfo {
   const char* absent = "";     ///< what an absent or zero value means, such as "all processors"
   const char* likeKey = "";    ///< for Takes::like and some numbers: the key of the volume that gives the type
   const char* valueType = "";  ///< for Takes::number: the type name of the value where it is not of a fixed type
+  const char* caution = "";    ///< for a count: what a value other than 1 does to the result
 
   constexpr KeyInfo within(const char* text) const { return with(&KeyInfo::range, text); }
   constexpr KeyInfo in(const char* text) const { return with(&KeyInfo::unit, text); }
   constexpr KeyInfo ifAbsent(const char* text) const { return with(&KeyInfo::absent, text); }
+  constexpr KeyInfo cautioning(const char* text) const { return with(&KeyInfo::caution, text); }
   constexpr KeyInfo ofType(const char* text) const { return with(&KeyInfo::valueType, text); }
 
 private:

@@ -117,16 +117,17 @@ private:
     if (mask == nullptr) {
       throw std::invalid_argument("NORV::Tavi::Iterating::MaskOffsets::MaskFunktor::MaskFunktor() mask_ is NULL");
     }
-    constexpr const char* origin = "NORV::Tavi::Iterating::MaskOffsets::MaskFunktor()";
+    constexpr const char* function = "NORV::Tavi::Iterating::MaskOffsets::MaskFunktor()";
+    constexpr const char* file = "TaviOperators/include/../../Tavi/include/Tavi/MaskOffsets";
     if (volume == nullptr) {
-      throw Exceptions::NULLPointer(origin, "volume_");
+      throw Exceptions::NULLPointer(function, "volume_");
     }
     if (anchor.prim >= mask->getDimPrim() || anchor.sec >= mask->getDimSec() || anchor.tert >= mask->getDimTert()) {
-      throw Exceptions::InvalidArg(origin, "Anchor is not inside of mask_!");
+      throw Exceptions::InvalidArg({function, file, 318}, "Anchor is not inside of mask_!");
     }
     if (mask->getDimPrim() > volume->getDimPrim() || mask->getDimSec() > volume->getDimSec() ||
         mask->getDimTert() > volume->getDimTert()) {
-      throw Exceptions::InvalidArg(origin, "Mask is bigger than volume!");
+      throw Exceptions::InvalidArg({function, file, 324}, "Mask is bigger than volume!");
     }
   }
 

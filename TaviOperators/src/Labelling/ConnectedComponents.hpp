@@ -58,10 +58,12 @@ private:
 template <Neighbours set, class L>
 class ConnectedComponentsRun {
 public:
-  ConnectedComponentsRun(OperatorBase& self, const View<L>& labels, LabelTable<L>& table)
+  ConnectedComponentsRun(OperatorBase& self, const View<L>& labels, LabelTable<L>& table,
+                         const Exceptions::Origin& overflow)
       : _self(self),
         _labels(labels),
-        _table(table) {
+        _table(table),
+        _overflow(overflow) {
     _self.setTotal(2 * labels.dimTert);
   }
 
@@ -126,7 +128,7 @@ private:
   /// tell the foreground, as the input may be the same volume.
   bool labelVoxels(const Foreground& foreground, SizeType sec, SizeType tert) {
     const auto wasLabelled = [this](SizeType x, SizeType y, SizeType z) { return _labels.at(x, y, z) != 0; };
-    VoxelLabels<set, L> voxels(_labels, _table);
+    VoxelLabels<set, L> voxels(_labels, _table, _overflow);
     _table.clear();
     for (SizeType z = 0; z < _labels.dimTert; ++z) {
       if (z >= tert && !beginStep(z)) {
@@ -146,9 +148,10 @@ private:
   OperatorBase& _self;
   const View<L> _labels;
   LabelTable<L>& _table;
+  const Exceptions::Origin _overflow;
 };
 
-/// `Traits` gives the set of neighbours and the names.
+/// `Traits` gives the set of neighbours, the names and the place where labels of an input type run out.
 template <class Derived, class Parameter, class Traits, class InputPtr, class OutputPtr>
 class ConnectedComponentsOperator : public TaviOperators::Operator<Derived> {
   using In = VoxelOf<InputPtr>;
@@ -175,7 +178,7 @@ public:
 
     const auto labels = viewOf(*output);
     const KeptInput<In> source(*this, threadCount(0), viewOf(std::as_const(*input)), labels, Aliasing::identical);
-    ConnectedComponentsRun<Traits::neighbours, Out> run(*this, labels, _table);
+    ConnectedComponentsRun<Traits::neighbours, Out> run(*this, labels, _table, Traits::template overflow<In>());
     parameter->outputNumberOfLabels = run.run(Foreground(source.view(), background));
   }
 

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <unordered_map>
 
 namespace NORV::TaviOperators::Impl {
 
@@ -19,51 +20,91 @@ struct SizeRule {
   bool removes(uint64 size) const { return (size < limit) == isBelow; }
 };
 
-/// Sizes to be looked up, and a 0 behind them.
+/// Sizes of the labels that occur, where a table up to the largest would be longer than the volume.
+using SparseSizes = std::unordered_map<SizeType, uint64>;
+
+/// Sizes to be looked up: a table with a 0 behind it, or sparse ones.
 struct SizeTable {
   const uint64* sizes;
   SizeType count;
-  /// 0 for a label beyond the largest.
-  uint64 of(SizeType label) const { return sizes[std::min(label, count)]; }
+  const SparseSizes* sparse;
+
+  /// 0 for a label without a voxel.
+  uint64 of(SizeType label) const {
+    if (sizes != nullptr) {
+      return sizes[std::min(label, count)];
+    }
+    const auto found = sparse->find(label);
+    return found != sparse->end() ? found->second : 0;
+  }
 };
 
-/// The size of each object by its label. Memory that no label touches is only set aside, so one large label among
-/// small ones takes little.
+/// The size of each object by its label. Memory of a table that no label touches is only set aside, so one large label
+/// among small ones takes little; sparse sizes take memory by the labels that occur.
 class ObjectSizes {
 public:
   ObjectSizes() = default;
-  explicit ObjectSizes(SizeType labels)
-      : _sizes(static_cast<uint64*>(std::calloc(labels + 1, sizeof(uint64)))),
-        _count(labels) {
-    if (_sizes == nullptr) {
+  static ObjectSizes makeTable(SizeType labels) {
+    ObjectSizes table;
+    table._sizes.reset(static_cast<uint64*>(std::calloc(labels + 1, sizeof(uint64))));
+    table._count = labels;
+    if (table._sizes == nullptr) {
       throw std::bad_alloc();
     }
+    return table;
+  }
+  static ObjectSizes makeSparse(SizeType labels) {
+    ObjectSizes sizes;
+    sizes._count = labels;
+    return sizes;
   }
 
+  /// The number of labels, whether they occur or not.
   SizeType size() const { return _count; }
   /// Leaves out the labels from a number on, none of which has a voxel.
   void shrink(SizeType labels) { _count = std::min(_count, labels); }
 
-  uint64& operator[](SizeType label) { return _sizes[label]; }
+  uint64& operator[](SizeType label) { return _sizes != nullptr ? _sizes[label] : _sparse[label]; }
   uint64 of(SizeType label) const { return table().of(label); }
-  SizeTable table() const { return {_sizes.get(), _count}; }
+  SizeTable table() const { return {_sizes.get(), _count, &_sparse}; }
   void add(SizeType label, uint64 voxels) {
     if (label < _count) {
-      _sizes[label] += voxels;
+      (*this)[label] += voxels;
     }
   }
 
-  uint64 largest() const { return *std::max_element(_sizes.get(), _sizes.get() + _count); }
+  uint64 largest() const {
+    uint64 most = 0;
+    forEachSize([&most](uint64 size) { most = std::max(most, size); });
+    return most;
+  }
   uint64 countRemoved(SizeRule rule) const {
-    return static_cast<uint64>(
-        std::count_if(_sizes.get(), _sizes.get() + _count, [rule](uint64 size) { return rule.removes(size); }));
+    uint64 removed = 0, seen = 0;
+    forEachSize([&](uint64 size) {
+      removed += rule.removes(size) ? 1u : 0u;
+      ++seen;
+    });
+    return removed + (rule.removes(0) ? _count - seen : 0);
   }
 
 private:
   struct Free {
     void operator()(uint64* sizes) const { std::free(sizes); }
   };
+
+  template <class Body>
+  void forEachSize(const Body& body) const {
+    if (_sizes != nullptr) {
+      std::for_each_n(_sizes.get(), _count, body);
+    } else {
+      for (const auto& [label, size] : _sparse) {
+        body(size);
+      }
+    }
+  }
+
   std::unique_ptr<uint64[], Free> _sizes;  // and a 0 behind them
+  SparseSizes _sparse;
   SizeType _count = 0;
 };
 

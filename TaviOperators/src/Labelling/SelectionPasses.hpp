@@ -44,7 +44,8 @@ public:
   /// An empty table after an abort.
   [[gnu::noinline]] ObjectSizes run() {
     constexpr SizeType most = SizeType{1} << 24;
-    ObjectSizes sizes(std::min({_labels.size() + 1, most, SizeType{std::numeric_limits<L>::max()} + 1}));
+    ObjectSizes sizes =
+        ObjectSizes::makeTable(std::min({_labels.size() + 1, most, SizeType{std::numeric_limits<L>::max()} + 1}));
     SizeType largest = 0, tert = 0;
     for (; tert < _labels.dimTert && largest < sizes.size(); ++tert) {
       if (!_steps.begin() || !_steps.begin()) {
@@ -64,7 +65,8 @@ public:
       largest = std::max<SizeType>(largest, largestIn(tert));
     }
     sizes = {};  // frees it before the next one is asked for
-    sizes = ObjectSizes(largest + 1);
+    const bool isSparse = largest >= std::max(most, _labels.size());
+    sizes = isSparse ? ObjectSizes::makeSparse(largest + 1) : ObjectSizes::makeTable(largest + 1);
     for (tert = 0; tert < _labels.dimTert; ++tert) {
       if (!(tert < begun ? _steps.mayGoOn() : _steps.begin())) {
         return {};

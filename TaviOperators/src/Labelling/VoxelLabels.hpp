@@ -16,7 +16,11 @@ namespace NORV::TaviOperators::Impl {
 template <Neighbours set, class L>
 class VoxelLabels {
 public:
-  VoxelLabels(const View<L>& labels, LabelTable<L>& table) : _labels(labels), _table(table) {}
+  /// `overflow` is where labels run out.
+  VoxelLabels(const View<L>& labels, LabelTable<L>& table, const Exceptions::Origin& overflow)
+      : _labels(labels),
+        _table(table),
+        _overflow(overflow) {}
 
   /// Throws NumericalOverflow if that takes one label more than the type has.
   void labelRow(SizeType sec, SizeType tert, const auto& isForeground) {
@@ -32,7 +36,7 @@ private:
     gather(prim, sec, tert);
     if (_found == 0) {
       if (_table.room() == 0) {
-        throw Exceptions::NumericalOverflow("ConnectedComponentAnalysis::ExecuteLinear");
+        throw Exceptions::NumericalOverflow(_overflow);
       }
       return _table.create();
     }
@@ -88,6 +92,7 @@ private:
 
   const View<L> _labels;
   LabelTable<L>& _table;
+  const Exceptions::Origin _overflow;
   std::array<L, 13> _list{};  // different labels of visited neighbours
   SizeType _found = 0;
 };

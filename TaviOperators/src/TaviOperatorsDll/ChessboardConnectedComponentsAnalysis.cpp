@@ -4,12 +4,22 @@
 
 #include <Labelling/ConnectedComponents.hpp>
 
+#include <type_traits>
+
 namespace NORV::TaviOperators::ChessboardConnectedComponentsAnalysis {
 namespace {
 
 struct Traits {
   static constexpr Impl::Names names{"ChessboardConnectedComponentsAnalysis"};
   static constexpr Impl::Neighbours neighbours = Impl::Neighbours::all;
+
+  template <class In>
+  static Exceptions::Origin overflow() {
+    return {"ConnectedComponentAnalysis::ExecuteLinear",
+            std::is_same_v<In, int8> ? "TaviOperators/include/ChessboardConnectedComponentsAnalysis"
+                                     : "TaviOperators/include/DLL/../ChessboardConnectedComponentsAnalysis",
+            425};
+  }
 };
 
 constexpr const Impl::Names& names = Traits::names;

@@ -10,6 +10,12 @@ namespace {
 struct Traits {
   static constexpr Impl::Names names{"CityblockConnectedComponentsAnalysis"};
   static constexpr Impl::Neighbours neighbours = Impl::Neighbours::faces;
+
+  template <class In>
+  static Exceptions::Origin overflow() {
+    return {"ConnectedComponentAnalysis::ExecuteLinear",
+            "TaviOperators/include/DLL/../CityblockConnectedComponentsAnalysis", 365};
+  }
 };
 
 constexpr const Impl::Names& names = Traits::names;

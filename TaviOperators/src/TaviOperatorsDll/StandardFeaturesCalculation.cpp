@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -23,33 +24,52 @@ namespace {
 
 constexpr Impl::Names names{"StandardFeaturesCalculation"};
 
-/// A table of all labels up to the largest, by label.
+/// Records of the labels that are measured, in ascending order.
 template <class T>
 using FeaturesTable = Array<InternalFeatures<T>>;
 
 template <class T>
 FeaturesTable<T> makeFeaturesTable(SizeType labels) {
   FeaturesTable<T> table(1, labels);
-  for (SizeType label = 0; label < labels; ++label) {
+  for (SizeType i = 0; i < labels; ++i) {
     table.append({});
   }
   return table;
 }
 
+/// Records of one thread for a range of labels without gaps.
 template <class L, class T>
+struct DenseRecords {
+  InternalFeatures<T>* table;
+  L first;
+  InternalFeatures<T>& of(L label) const { return table[static_cast<SizeType>(label) - first]; }
+};
+
+/// Records of one thread for the labels that occur.
+template <class L, class T>
+struct SparseRecords {
+  InternalFeatures<T>* table;
+  const std::vector<L>& labels;
+  InternalFeatures<T>& of(L label) const {
+    return table[std::lower_bound(labels.begin(), labels.end(), label) - labels.begin()];
+  }
+};
+
+template <class L, class T, class Records>
 void measureRow(const L* labels, const T* values, SizeType count, const std::array<uint64, 3>& place,
-                const Impl::LabelRange<L>& range, InternalFeatures<T>* table) {
+                const Impl::LabelRange<L>& range, const Records& records) {
   Impl::forEachLabelRun(labels, count, range, [&](L label, SizeType begin, SizeType end) {
     const std::array<uint64, 3> first{place[0] + begin, place[1], place[2]};
-    table[label].addPlaces(first, end - begin);
-    table[label].addValues(first, values + begin, end - begin);
+    InternalFeatures<T>& record = records.of(label);
+    record.addPlaces(first, end - begin);
+    record.addValues(first, values + begin, end - begin);
   });
 }
 
 /// Gathers rows that are not dense piece by piece: runs that a piece cuts are measured in parts.
-template <class L, class T>
+template <class L, class T, class Records>
 void measureStridedRow(const L* labels, int64 labelStride, const T* values, int64 valueStride, SizeType count,
-                       std::array<uint64, 3> place, const Impl::LabelRange<L>& range, InternalFeatures<T>* table) {
+                       std::array<uint64, 3> place, const Impl::LabelRange<L>& range, const Records& records) {
   constexpr SizeType piece = 256;
   std::array<L, piece> denseLabels;
   std::array<T, piece> denseValues;
@@ -60,9 +80,33 @@ void measureStridedRow(const L* labels, int64 labelStride, const T* values, int6
       denseLabels[i] = labels[prim * labelStride];
       denseValues[i] = values[prim * valueStride];
     }
-    measureRow(denseLabels.data(), denseValues.data(), part, place, range, table);
+    measureRow(denseLabels.data(), denseValues.data(), part, place, range, records);
     place[0] += part;
   }
+}
+
+/// The labels of a range that occur, in ascending order; what an aborted run leaves is incomplete.
+template <class L>
+std::vector<L> findLabels(const OperatorBase& self, const Impl::View<const L>& labels,
+                          const Impl::LabelRange<L>& range) {
+  std::unordered_set<L> found;
+  L last = range.from;
+  bool hasLast = false;
+  for (SizeType tert = 0; tert < labels.dimTert && !self.isAborted(); ++tert) {
+    for (SizeType sec = 0; sec < labels.dimSec; ++sec) {
+      const L* label = labels.row(sec, tert);
+      for (SizeType prim = 0; prim < labels.dimPrim; ++prim, label += labels.stridePrim) {
+        if (range.from <= *label && *label <= range.to && !(hasLast && *label == last)) {
+          last = *label;
+          hasLast = true;
+          found.insert(last);
+        }
+      }
+    }
+  }
+  std::vector<L> sorted(found.begin(), found.end());
+  std::sort(sorted.begin(), sorted.end());
+  return sorted;
 }
 
 template <class LabelPtr, class ValuePtr, class ResultPtr>
@@ -93,10 +137,23 @@ public:
                                     labelOf(parameter->inputMaximumLabel.value(), "inputMaximumLabel")};
     const int threads = Impl::threadCount(parameter->inputNumberOfThreads.value());
 
-    this->setTotal(labels->getDimTert());
-    Tables tables(threads, labels->getDimTert(), [&] { return makeFeaturesTable<T>(SizeType{range.to} + 1); });
-    measure(Impl::inputViewOf(std::as_const(*labels)), Impl::inputViewOf(std::as_const(*values)), range, threads,
-            tables);
+    const auto labelView = Impl::inputViewOf(std::as_const(*labels));
+    const auto valueView = Impl::inputViewOf(std::as_const(*values));
+    this->setTotal(labelView.dimTert);
+    // Records of labels that do not occur must not take more memory than the volumes.
+    const SizeType span = range.from <= range.to ? SizeType{range.to} - range.from + 1 : 0;
+    const bool isDense = span <= std::max<SizeType>(labelView.size() / 8, 65536);
+    const std::vector<L> occurring = isDense ? std::vector<L>() : findLabels(*this, labelView, range);
+    Tables tables(threads, labelView.dimTert, [&] { return makeFeaturesTable<T>(isDense ? span : occurring.size()); });
+    if (isDense) {
+      measure(labelView, valueView, range, threads, [&] {
+        return DenseRecords<L, T>{tables.mine().data(), range.from};
+      });
+    } else {
+      measure(labelView, valueView, range, threads, [&] {
+        return SparseRecords<L, T>{tables.mine().data(), occurring};
+      });
+    }
     if (this->isAborted()) {
       return;
     }
@@ -108,7 +165,8 @@ public:
     if (result == nullptr) {
       result = SmartPointer<Result>(new Result);
     }
-    appendRecords(tables[0], *result);
+    appendRecords(
+        tables[0], [&](SizeType i) { return isDense ? static_cast<L>(range.from + i) : occurring[i]; }, *result);
     parameter->outputFeaturesVector = SmartPointer<IComposite>(result);
   }
 
@@ -120,19 +178,21 @@ private:
     return Tavi::Persistence::Impl::readData<L>(label);
   }
 
+  /// `myRecords()` gives those of the calling thread.
+  template <class MyRecords>
   void measure(const Impl::View<const L>& labels, const Impl::View<const T>& values, const Impl::LabelRange<L>& range,
-               int threads, Tables& tables) {
+               int threads, const MyRecords& myRecords) {
     const bool areDense = labels.hasDenseRows() && values.hasDenseRows();
     const auto slice = [&](SizeType tert) {
-      InternalFeatures<T>* const table = tables.mine().data();
+      const auto records = myRecords();
       for (SizeType sec = 0; sec < labels.dimSec; ++sec) {
         const L* const labelRow = labels.row(sec, tert);
         const T* const valueRow = values.row(sec, tert);
         if (areDense) {
-          measureRow(labelRow, valueRow, labels.dimPrim, {0, sec, tert}, range, table);
+          measureRow(labelRow, valueRow, labels.dimPrim, {0, sec, tert}, range, records);
         } else {
           measureStridedRow(labelRow, labels.stridePrim, valueRow, values.stridePrim, labels.dimPrim, {0, sec, tert},
-                            range, table);
+                            range, records);
         }
       }
     };
@@ -142,23 +202,24 @@ private:
   /// All into the first, label by label.
   static void fold(Tables& tables) {
     for (SizeType thread = 1; thread < tables.size(); ++thread) {
-      for (SizeType label = 0; label < tables[0].size(); ++label) {
-        if (tables[thread].at(label).count > 0) {
-          tables[0].at(label).merge(tables[thread].at(label));
+      for (SizeType i = 0; i < tables[0].size(); ++i) {
+        if (tables[thread].at(i).count > 0) {
+          tables[0].at(i).merge(tables[thread].at(i));
         }
       }
     }
   }
 
   /// Adds all records or, where memory runs out, none.
-  static void appendRecords(const FeaturesTable<T>& table, Result& result) {
+  template <class LabelAt>
+  static void appendRecords(const FeaturesTable<T>& table, const LabelAt& labelAt, Result& result) {
     const auto occurs = [](const InternalFeatures<T>& features) { return features.count > 0; };
     std::vector<SmartPointer<Record>> records;
     records.reserve(static_cast<std::size_t>(std::count_if(table.begin(), table.end(), occurs)));
-    for (SizeType label = 0; label < table.size(); ++label) {
-      if (occurs(table.at(label))) {
+    for (SizeType i = 0; i < table.size(); ++i) {
+      if (occurs(table.at(i))) {
         records.push_back(SmartPointer<Record>(new Record));
-        table.at(label).store(static_cast<L>(label), *records.back());
+        table.at(i).store(labelAt(i), *records.back());
       }
     }
     result.reserve(result.size() + records.size());

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <map>
 #include <numeric>
+#include <sstream>
 
 namespace NORV::TaviTool {
 namespace {
@@ -46,11 +47,13 @@ bool frameRefuses(const std::string& op, const std::vector<std::string>& inputTy
   const auto parameter = makeParameter(op);
   std::size_t input = 0;
   for (const KeyDescription& key : keysOf(parameter)) {
-    if (key.info.takes == Takes::volume) {
+    if (isVoxelVolume(key)) {
       const std::string& type = isOutput(key.key) ? outputType : inputTypes[std::min(input++, inputTypes.size() - 1)];
       parameter->setValue(key.key, SmartPointer<IComposite>(makeVolume(type, Dimension<SizeType>(1, 1, 1))));
     } else if (key.info.takes == Takes::mask) {
       parameter->setValue(key.key, SmartPointer<IComposite>(makeVolume("uint8", Dimension<SizeType>(1, 1, 1))));
+    } else if (key.info.takes == Takes::matrix) {
+      parameter->setValue(key.key, SmartPointer<IComposite>(makeVolume("float64", Dimension<SizeType>(4, 4, 1))));
     }
   }
   const auto isFrameText = [](const std::string& text) {
@@ -108,6 +111,24 @@ bool isOperator(const std::string& name) { return findOperator(name) != nullptr;
 
 std::string summaryOf(const std::string& op) { return getOperator(op).summary; }
 
+Documentation documentationOf(const std::string& op) {
+  Documentation documentation;
+  std::istringstream lines(getOperator(op).documentation);
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t colon = line.starts_with("- ") ? line.find(": ") : std::string::npos;
+    if (colon != std::string::npos) {
+      documentation.parts.push_back({line.substr(2, colon - 2), line.substr(colon + 2)});
+      continue;
+    }
+    std::string& text = documentation.parts.empty() ? documentation.text : documentation.parts.back().text;
+    const std::size_t begin = line.find_first_not_of(' ');
+    if (begin != std::string::npos) {
+      text += (text.empty() ? "" : " ") + line.substr(begin);
+    }
+  }
+  return documentation;
+}
+
 void requireOperator(const std::string& name) {
   if (!isOperator(name)) {
     throw UsageError("there is no operator \"" + name + "\"; the nearest name is " + nearest(name, operatorNames()) +
@@ -134,12 +155,18 @@ bool isInput(const std::string& key) { return key.starts_with("input"); }
 bool isOutput(const std::string& key) { return key.starts_with("output"); }
 bool isModify(const std::string& key) { return key.starts_with("modify"); }
 
-bool isVolume(const KeyDescription& key) { return key.info.takes == Takes::volume || key.info.takes == Takes::mask; }
+bool isVoxelVolume(const KeyDescription& key) {
+  return key.info.takes == Takes::volume || key.info.takes == Takes::labelVolume;
+}
+
+bool isVolume(const KeyDescription& key) {
+  return isVoxelVolume(key) || key.info.takes == Takes::mask || key.info.takes == Takes::matrix;
+}
 
 std::string firstVolumeKey(const std::vector<KeyDescription>& keys, const std::vector<std::string>& roles) {
   for (const std::string& role : roles) {
     for (const KeyDescription& key : keys) {
-      if (key.info.takes == Takes::volume && key.key.starts_with(role)) {
+      if (isVoxelVolume(key) && key.key.starts_with(role)) {
         return key.key;
       }
     }
@@ -187,8 +214,7 @@ std::vector<Instance> registeredInstances(const std::string& op) {
 std::vector<Instance> reachableInstances(const std::string& op) {
   const auto keys = keysOf(makeParameter(op));
   const auto isVolumeOf = [](bool output) {
-    return
-        [output](const KeyDescription& key) { return key.info.takes == Takes::volume && isOutput(key.key) == output; };
+    return [output](const KeyDescription& key) { return isVoxelVolume(key) && isOutput(key.key) == output; };
   };
   const auto inputs = std::count_if(keys.begin(), keys.end(), isVolumeOf(false));
   const auto outputs = std::count_if(keys.begin(), keys.end(), isVolumeOf(true));

@@ -25,6 +25,17 @@ bool isOperator(const std::string& name);
 /// One sentence on what the operator does.
 std::string summaryOf(const std::string& op);
 
+/// What the header of an operator says beyond its summary.
+struct Documentation {
+  struct Part {
+    std::string name;  ///< "Border", "NaN", "Failures", "Memory", "Threads", "Cost", "Paper"
+    std::string text;
+  };
+  std::string text;
+  std::vector<Part> parts;
+};
+Documentation documentationOf(const std::string& op);
+
 /// Throws UsageError with the nearest names where there is no such operator.
 void requireOperator(const std::string& name);
 
@@ -37,6 +48,9 @@ std::vector<KeyDescription> keysOf(const SmartPointer<IComposite>& parameter);
 bool isInput(const std::string& key);
 bool isOutput(const std::string& key);
 bool isModify(const std::string& key);
+/// A volume of grey values or labels, whose voxel type chooses among the instances.
+bool isVoxelVolume(const KeyDescription& key);
+/// Any volume, also a mask or a matrix.
 bool isVolume(const KeyDescription& key);
 
 /// The first key that takes a volume and whose name begins with one of the roles; empty if there is none.

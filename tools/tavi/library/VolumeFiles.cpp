@@ -1,19 +1,15 @@
 #include <Catalogue.hpp>
 #include <FileNames.hpp>
-#include <Interrupt.hpp>
+#include <TargetFile.hpp>
 #include <Tavi/Data.hpp>
 #include <VolumeFiles.hpp>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <optional>
 
 namespace NORV::TaviTool {
 namespace {
@@ -53,68 +49,29 @@ void requireFormatOperator(const std::string& file, const char* op) {
   }
 }
 
-/// A file beside the target that becomes the target when it is complete, and is removed otherwise.
-class PartialFile {
-public:
-  explicit PartialFile(const std::string& target) : _target(target) {
-    struct stat status {};
-    const bool exists = ::lstat(target.c_str(), &status) == 0;
-    // A name that the library refuses is left for it to refuse.
-    if ((exists && !S_ISREG(status.st_mode)) || !whyNameIsRefused(target).empty()) {
-      return;
-    }
-    if (exists && ::access(target.c_str(), W_OK) != 0) {
-      return;
-    }
-    const std::size_t stem = target.size() - std::strlen(formatOf(target).extension);
-    for (int attempt = 0; attempt < 100; ++attempt) {
-      const std::string name =
-          target.substr(0, stem) + ".partial" + (attempt > 0 ? std::to_string(attempt) : "") + target.substr(stem);
-      const int file = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-      if (file >= 0) {
-        if (exists) {
-          static_cast<void>(::fchmod(file, status.st_mode & 07777));  // at worst the usual mode
-        }
-        ::close(file);
-        _partial = name;
-        _guard.emplace(name);
-        return;
-      }
-      if (errno != EEXIST) {
-        return;
-      }
-    }
-  }
-  PartialFile(const PartialFile&) = delete;
-  PartialFile& operator=(const PartialFile&) = delete;
-  ~PartialFile() {
-    if (!_partial.empty()) {
-      ::unlink(_partial.c_str());
-    }
-  }
-
-  const std::string& name() const { return _partial.empty() ? _target : _partial; }
-
-  void complete() {
-    if (_partial.empty()) {
-      return;
-    }
-    if (::rename(_partial.c_str(), _target.c_str()) != 0) {
-      throw Failure(_target + ": cannot be replaced", std::strerror(errno));
-    }
-    _partial.clear();
-  }
-
-private:
-  std::string _target;
-  std::string _partial;
-  std::optional<Interrupt::RemovesAtEnd> _guard;
-};
-
 SmartPointer<IComposite> parameterFor(const std::string& op, const std::string& file) {
   const auto parameter = makeParameter(op);
   parameter->setValue(fileNameKey(keysOf(parameter)), SmartPointer<IComposite>(new Data<std::string>(file)));
   return parameter;
+}
+
+bool hasKey(const SmartPointer<IComposite>& parameter, const char* key) {
+  const auto keys = keysOf(parameter);
+  return std::any_of(keys.begin(), keys.end(), [key](const KeyDescription& each) { return each.key == key; });
+}
+
+/// A file that is read and written again keeps what its header holds beyond voxel type and extents.
+void keepHeader(Session& session, const std::string& file, const SmartPointer<IComposite>& reader) {
+  if (hasKey(reader, "outputHeader")) {
+    session.headers[finalTarget(file)] = reader->getValue("outputHeader");
+  }
+}
+
+void useHeader(const Session& session, const std::string& file, const SmartPointer<IComposite>& writer) {
+  const auto known = session.headers.find(finalTarget(file));
+  if (known != session.headers.end() && known->second != nullptr && hasKey(writer, "inputHeader")) {
+    writer->setValue("inputHeader", known->second);
+  }
 }
 
 }  // namespace
@@ -133,42 +90,55 @@ const FileFormat& formatOf(const std::string& file) {
   return *format;
 }
 
+std::string volumeExtensionOf(const std::string& file) {
+  const FileFormat* format = findFormat(file);
+  return format != nullptr ? file.substr(file.size() - std::strlen(format->extension)) : std::string();
+}
+
 bool isWritableVolumeName(const std::string& file) {
   const FileFormat* format = findFormat(file);
   return format != nullptr && isOperator(format->writer);
 }
 
 void requireReadable(const std::string& file) { requireFormatOperator(file, formatOf(file).reader); }
-void requireWritable(const std::string& file) { requireFormatOperator(file, formatOf(file).writer); }
+void requireWritable(const std::string& file) {
+  requireFormatOperator(file, formatOf(file).writer);
+  requireCreatable(file);
+}
 
 SmartPointer<IVolume> loadVolume(Session& session, const std::string& file) {
   requireReadable(file);
   const std::string reader = formatOf(file).reader;
   const auto parameter = parameterFor(reader, file);
   session.run(reader, parameter, "load " + file);
+  keepHeader(session, file, parameter);
   return SmartPointer<IVolume>(parameter->getValue(firstVolumeKey(keysOf(parameter), {"output"})));
 }
 
 void saveVolume(Session& session, const SmartPointer<IVolume>& volume, const std::string& file) {
   requireWritable(file);
   const std::string writer = formatOf(file).writer;
-  PartialFile target(file);
+  TargetFile target(file);
   const auto parameter = parameterFor(writer, target.name());
   parameter->setValue(firstVolumeKey(keysOf(parameter), {"input"}), SmartPointer<IComposite>(volume));
+  useHeader(session, file, parameter);
   session.run(writer, parameter, "save " + file, target.name() != file ? file : std::string());
   target.complete();
   session.hasWritten(file);
 }
 
 void writeText(Session& session, const std::string& text, const std::string& file) {
+  TargetFile target(file);
   const auto close = [](std::FILE* stream) { std::fclose(stream); };
-  const std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(file.c_str(), "wbe"), close);
+  std::unique_ptr<std::FILE, decltype(close)> stream(std::fopen(target.name().c_str(), "wbe"), close);
   if (stream == nullptr) {
     throw Failure(file + ": cannot be written", std::strerror(errno));
   }
-  if (std::fwrite(text.data(), 1, text.size(), stream.get()) != text.size() || std::fflush(stream.get()) != 0) {
+  const bool isWritten = std::fwrite(text.data(), 1, text.size(), stream.get()) == text.size();
+  if (std::fclose(stream.release()) != 0 || !isWritten) {
     throw Failure(file + ": could not be written completely", std::strerror(errno));
   }
+  target.complete();
   session.hasWritten(file);
 }
 

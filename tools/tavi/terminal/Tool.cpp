@@ -1,11 +1,17 @@
+#include <Catalogue.hpp>
 #include <Commands.hpp>
 #include <Tavi/Exceptions.hpp>
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <functional>
+#include <iostream>
 #include <new>
 
 namespace NORV::TaviTool {
@@ -45,13 +51,23 @@ void report(const Session& session, const char* text, const std::string& hint, i
   }
 }
 
+/// Ends standard output; the status of the program. A reader that has gone away needs no report.
+int flushed() {
+  std::cout.flush();
+  const bool isWritten = std::fflush(stdout) == 0 && std::ferror(stdout) == 0 && std::cout.good();
+  if (!isWritten && errno == EPIPE) {
+    return 128 + SIGPIPE;
+  }
+  if (!isWritten) {
+    throw Failure("the result could not be written to standard output", std::strerror(errno));
+  }
+  return 0;
+}
+
 int guarded(Session& session, const std::function<void()>& command) {
   try {
     command();
-    if (std::fflush(stdout) != 0) {
-      throw Failure("the result could not be written to standard output");
-    }
-    return 0;
+    return flushed();
   } catch (const UsageError& e) {
     report(session, e.what(), {}, 2);
     return 2;
@@ -142,6 +158,25 @@ void addCommands(CLI::App& app, Arguments& a) {
   demo->add_option("-o,--output", a.demo.folder, "Folder for the results")->capture_default_str();
 }
 
+/// What is wrong with the first word that is no option, if it names no command.
+std::string unknownCommand(const CLI::App& app, int argc, const char* const* argv) {
+  std::vector<std::string> commands;
+  for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; })) {
+    commands.push_back(command->get_name());
+  }
+  for (int i = 1; i < argc; ++i) {
+    const std::string word = argv[i];
+    if (word == "--threads") {
+      ++i;
+    } else if (!word.starts_with('-')) {
+      const bool isKnown = std::find(commands.begin(), commands.end(), word) != commands.end();
+      return isKnown ? std::string()
+                     : "there is no command \"" + word + "\"; the nearest is \"" + nearest(word, commands) + "\"";
+    }
+  }
+  return {};
+}
+
 }  // namespace
 
 int runTool(int argc, const char* const* argv) {
@@ -149,6 +184,7 @@ int runTool(int argc, const char* const* argv) {
   CLI::App app("Operators on three-dimensional voxel volumes, from the command line", "tavi");
   app.require_subcommand(1);
   app.add_flag("--json", arguments.session.json, "Results for machines, on standard output");
+  app.add_flag("--progress", arguments.session.progress, "Progress as lines where standard error is no terminal");
   app.add_flag("-q,--quiet", arguments.session.quiet, "No progress on standard error");
   app.add_option("--threads", arguments.threads, "Worker threads of operators that are not told otherwise")
       ->check(CLI::Range(1, 1024));
@@ -159,7 +195,18 @@ int runTool(int argc, const char* const* argv) {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
     if (e.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success)) {
-      return app.exit(e);  // help
+      return guarded(arguments.session, [&] {
+        if (arguments.session.json) {
+          printJson({{"help", app.help()}});
+        } else {
+          app.exit(e);
+        }
+      });
+    }
+    const std::string unknown = unknownCommand(app, argc, argv);
+    if (!unknown.empty()) {
+      report(arguments.session, unknown.c_str(), "\"tavi --help\" shows all commands", 2);
+      return 2;
     }
     report(arguments.session, e.what(), "\"tavi --help\" and \"tavi <command> --help\" show what there is", 2);
     return 2;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <sstream>
 
 namespace NORV::TaviTool {
 namespace {
@@ -29,8 +30,34 @@ std::string defaultText(const KeyDescription& key, const SmartPointer<IComposite
   return text.empty() ? "empty" : text;
 }
 
+/// "1 to 10 voxels; absent: 1", or nothing.
+std::string limitsText(const KeyInfo& info) {
+  std::string text = info.range;
+  if (*info.unit != '\0') {
+    text += (text.empty() ? "in " : " ") + std::string(info.unit);
+  }
+  if (*info.likeKey != '\0') {
+    const char* kind = info.takes == Takes::like ? "of the voxel type of " : "float64 for a float64 volume under ";
+    text += (text.empty() ? "" : ", ") + (kind + std::string(info.likeKey));
+  }
+  if (*info.absent != '\0') {
+    text += (text.empty() ? "" : "; ") + ("absent or 0: " + std::string(info.absent));
+  }
+  return text;
+}
+
+std::string meaningText(const KeyInfo& info) {
+  const std::string limits = limitsText(info);
+  return info.meaning + (limits.empty() ? "" : " (" + limits + ")");
+}
+
 Json describeJson(const std::string& op) {
   const auto parameter = makeParameter(op);
+  const Documentation documentation = documentationOf(op);
+  Json parts = Json::object();
+  for (const Documentation::Part& part : documentation.parts) {
+    parts[part.name] = part.text;
+  }
   Json keys = Json::array();
   for (const KeyDescription& key : keysOf(parameter)) {
     keys.push_back({{"key", key.key},
@@ -39,10 +66,16 @@ Json describeJson(const std::string& op) {
                     {"syntax", syntaxOf(key.info.takes)},
                     {"required", key.info.required},
                     {"default", key.info.takes == Takes::object ? Json() : valueJson(parameter->getValue(key.key))},
-                    {"meaning", key.info.meaning}});
+                    {"meaning", key.info.meaning},
+                    {"range", key.info.range},
+                    {"unit", key.info.unit},
+                    {"absent", key.info.absent},
+                    {"like", key.info.likeKey}});
   }
   return {{"operator", op},
           {"summary", summaryOf(op)},
+          {"description", documentation.text},
+          {"documentation", parts},
           {"parameterClass", parameter->getType()},
           {"keys", keys},
           {"voxelTypes", reachableInstances(op)}};
@@ -53,6 +86,23 @@ std::string voxelTypesText(const std::string& op, const std::string& separator) 
   return instances.empty() ? "any" : instancesText(instances, hasOutputVolume(op), separator);
 }
 
+/// Breaks a text into lines for a terminal, the second and all further ones behind an indent.
+std::string wrapped(const std::string& text, std::size_t indent) {
+  constexpr std::size_t width = 100;
+  std::istringstream words(text);
+  std::string lines;
+  std::size_t column = indent;
+  for (std::string word; words >> word;) {
+    if (column > indent && column + 1 + word.size() > width) {
+      lines += "\n" + std::string(indent, ' ');
+      column = indent;
+    }
+    lines += (column > indent ? " " : "") + word;
+    column += (column > indent ? 1 : 0) + word.size();
+  }
+  return lines;
+}
+
 void describeText(const std::string& op) {
   const auto parameter = makeParameter(op);
   const auto keys = keysOf(parameter);
@@ -61,14 +111,21 @@ void describeText(const std::string& op) {
     keyWidth = std::max(keyWidth, key.key.size());
     takesWidth = std::max(takesWidth, std::string(takesText(key.info.takes)).size());
   }
+  const Documentation documentation = documentationOf(op);
   std::printf("%s: %s\n\n", op.c_str(), summaryOf(op).c_str());
+  if (!documentation.text.empty()) {
+    std::printf("%s\n\n", wrapped(documentation.text, 0).c_str());
+  }
   for (const KeyDescription& key : keys) {
     const std::string standard = defaultText(key, parameter);
     std::printf("  %-*s  %-6s  %-*s  %s%s%s\n", static_cast<int>(keyWidth), key.key.c_str(), roleOf(key.key),
                 static_cast<int>(takesWidth), takesText(key.info.takes), key.info.required ? "required; " : "",
-                key.info.meaning, standard.empty() ? "" : (" [" + standard + "]").c_str());
+                meaningText(key.info).c_str(), standard.empty() ? "" : (" [" + standard + "]").c_str());
   }
-  std::printf("\nVoxel types: %s\n", voxelTypesText(op, "\n             ").c_str());
+  std::printf("\nVoxel types: %s\n\n", voxelTypesText(op, "\n             ").c_str());
+  for (const Documentation::Part& part : documentation.parts) {
+    std::printf("%-9s %s\n", (part.name + ":").c_str(), wrapped(part.text, 10).c_str());
+  }
 }
 
 /// In a table a bar would end the cell.
@@ -82,14 +139,21 @@ std::string cell(const std::string& text) {
 
 void describeMarkdown(const std::string& op) {
   const auto parameter = makeParameter(op);
+  const Documentation documentation = documentationOf(op);
   std::printf("\n## %s\n\n%s\n\n", op.c_str(), summaryOf(op).c_str());
+  if (!documentation.text.empty()) {
+    std::printf("%s\n\n", documentation.text.c_str());
+  }
   std::printf("| Key | Role | Takes | Required | Default | Meaning |\n|---|---|---|---|---|---|\n");
   for (const KeyDescription& key : keysOf(parameter)) {
     std::printf("| `%s` | %s | %s | %s | %s | %s |\n", key.key.c_str(), roleOf(key.key), takesText(key.info.takes),
                 key.info.required ? "yes" : "no", cell(defaultText(key, parameter)).c_str(),
-                cell(key.info.meaning).c_str());
+                cell(meaningText(key.info)).c_str());
   }
-  std::printf("\nVoxel types: %s.\n", voxelTypesText(op, "; ").c_str());
+  std::printf("\nVoxel types: %s.\n\n", voxelTypesText(op, "; ").c_str());
+  for (const Documentation::Part& part : documentation.parts) {
+    std::printf("- **%s:** %s\n", part.name.c_str(), part.text.c_str());
+  }
 }
 
 }  // namespace

@@ -20,7 +20,8 @@ template <class T>
 std::optional<T> parseNumber(const std::string& text) {
   T value{};
   const char* const end = text.data() + text.size();
-  const char* const begin = text.data() + (text.starts_with('+') ? 1 : 0);
+  const bool hasPlus = text.starts_with('+') && !text.starts_with("+-");
+  const char* const begin = text.data() + (hasPlus ? 1 : 0);
   const auto result = std::from_chars(begin, end, value);
   if (result.ec != std::errc() || result.ptr != end || begin == end) {
     return std::nullopt;

@@ -3,6 +3,7 @@
 #include <Common.hpp>
 
 #include <chrono>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@ namespace NORV::TaviTool {
 class Session {
 public:
   bool json = false;
+  bool progress = false;  ///< lines about progress also where standard error is no terminal
   bool quiet = false;
   bool brief = false;  ///< no lines about single runs, as another report tells of them
 
@@ -29,6 +31,9 @@ public:
 
   /// Files that stay, complete, whatever comes.
   void hasWritten(const std::string& file) { _written.push_back(file); }
+
+  /// Headers of the files that were read, by what their names lead to.
+  std::map<std::string, SmartPointer<IComposite>> headers;
 
 private:
   [[noreturn]] void interrupted(const std::string& doing, const std::string& truncatedFile) const;

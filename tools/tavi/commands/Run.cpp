@@ -3,6 +3,7 @@
 #include <Commands.hpp>
 #include <FileNames.hpp>
 #include <Mask.hpp>
+#include <TargetFile.hpp>
 #include <Tavi/Data.hpp>
 #include <Tavi/List.hpp>
 #include <Tavi/Vector.hpp>
@@ -91,7 +92,7 @@ public:
         setValue(key);
       }
     }
-    _seconds = _session.run(_op, _parameter, _op);
+    runOperator();
     for (const auto& [key, target] : _targets) {
       saveKey(key, target.file);
     }
@@ -99,6 +100,33 @@ public:
   }
 
 private:
+  /// A writer that is run by name writes beside its target like any other result.
+  void runOperator() {
+    warn();
+    const std::string key = fileNameKey(_keys);
+    if (!_op.ends_with("Writer") || key.empty() || !_given.contains(key)) {
+      _seconds = _session.run(_op, _parameter, _op);
+      return;
+    }
+    const std::string& file = _given.at(key);
+    requireCreatable(file);
+    TargetFile target(file);
+    _parameter->setValue(key, SmartPointer<IComposite>(new Tavi::Persistence::Data<std::string>(target.name())));
+    _seconds = _session.run(_op, _parameter, _op, target.name() != file ? file : std::string());
+    target.complete();
+    _session.hasWritten(file);
+  }
+
+  /// Says where more than one thread changes the result.
+  void warn() const {
+    for (const KeyDescription& key : _keys) {
+      const bool isAsked = has(key) && *key.info.caution != '\0' && _given.at(key.key) != "1";
+      if (isAsked && !_session.quiet) {
+        std::fprintf(stderr, "tavi: %s=%s: %s\n", key.key.c_str(), _given.at(key.key).c_str(), key.info.caution);
+      }
+    }
+  }
+
   bool has(const KeyDescription& key) const { return _given.contains(key.key); }
 
   const KeyDescription& findKey(const std::string& key) const {
@@ -137,42 +165,51 @@ private:
 
   /// What can be known before a file is opened.
   void check() {
-    bool hasOutputVolume = false;
     for (const KeyDescription& key : _keys) {
-      const bool output = isOutput(key.key);
-      if (!has(key)) {
-        if (key.info.required) {
-          throw UsageError(_op + " needs " + key.key + "=" + syntaxOf(key.info.takes) + ": " + key.info.meaning);
-        }
-        continue;
-      }
-      const std::string& text = _given.at(key.key);
-      if (output && !isVolume(key)) {
-        throw UsageError(key.key + " is a result; it is printed after the run");
-      }
-      if (output) {
-        hasOutputVolume = true;
-        const Target target = parseTarget(key.key, text);
-        requireWritable(target.file);
-        _targets[key.key] = target;
-      } else if (isModify(key.key) && isVolume(key)) {
-        const auto colon = text.find(':', 2);
-        if (colon == std::string::npos || colon + 1 == text.size()) {
-          throw UsageError(key.key + " is changed in place: " + key.key + "=<file to read>:<file to write>");
-        }
-        requireReadable(text.substr(0, colon));
-        requireWritable(text.substr(colon + 1));
-      } else if (isVolume(key)) {
-        requireLoadable(key, text);
-      } else if (key.info.takes == Takes::volumeList) {
-        forEachInList(text, [&](const std::string& each) { requireLoadable(key, each); });
-      } else if (key.info.takes != Takes::like && !isMiddle(key, text)) {
-        setValue(key);
+      if (has(key)) {
+        checkGiven(key, _given.at(key.key));
+      } else if (key.info.required) {
+        throw UsageError(_op + " needs " + key.key + "=" + syntaxOf(key.info.takes) + ": " + key.info.meaning);
       }
     }
     const std::string output = firstVolumeKey(_keys, {"output"});
-    if (!output.empty() && !hasOutputVolume) {
+    const bool isMissing = std::none_of(_keys.begin(), _keys.end(),
+                                        [this](const KeyDescription& key) { return has(key) && isOutput(key.key); });
+    if (!output.empty() && isMissing) {
       throw UsageError(_op + " needs " + output + "=<file>: where the result goes");
+    }
+  }
+
+  void checkGiven(const KeyDescription& key, const std::string& text) {
+    if (isOutput(key.key)) {
+      if (!isVolume(key)) {
+        throw UsageError(key.key + " is a result; it is printed after the run");
+      }
+      const Target target = parseTarget(key.key, text);
+      addTarget(key.key, target.file);
+      _targets[key.key] = target;
+    } else if (isModify(key.key) && isVolume(key)) {
+      const auto colon = text.find(':', 2);
+      if (colon == std::string::npos || colon + 1 == text.size()) {
+        throw UsageError(key.key + " is changed in place: " + key.key + "=<file to read>:<file to write>");
+      }
+      requireReadable(text.substr(0, colon));
+      addTarget(key.key, text.substr(colon + 1));
+    } else if (isVolume(key)) {
+      requireLoadable(key, text);
+    } else if (key.info.takes == Takes::volumeList) {
+      forEachInList(text, [&](const std::string& each) { requireLoadable(key, each); });
+    } else if (key.info.takes != Takes::like && !isMiddle(key, text)) {
+      setValue(key);
+    }
+  }
+
+  /// Two results in one file would leave only the one that is written last.
+  void addTarget(const std::string& key, const std::string& file) {
+    requireWritable(file);
+    const auto [found, isNew] = _keyOfFile.emplace(finalTarget(file), key);
+    if (!isNew) {
+      throw UsageError(key + " and " + found->second + " are both to be written to " + file);
     }
   }
 
@@ -375,6 +412,7 @@ private:
   std::vector<KeyDescription> _keys;
   std::map<std::string, std::string> _given;
   std::map<std::string, Target> _targets;
+  std::map<std::string, std::string> _keyOfFile;  // by what the name leads to
   std::map<std::string, SmartPointer<IVolume>> _volumes;
   double _seconds = 0.0;
 };

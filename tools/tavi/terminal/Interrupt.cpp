@@ -33,7 +33,9 @@ extern "C" void handle(int number) {
 }  // namespace
 
 void install() {
-  for (const int number : {SIGINT, SIGTERM}) {
+  // A reader that has gone away is no reason to leave a result unfinished: writing to it fails then.
+  std::signal(SIGPIPE, SIG_IGN);
+  for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
     struct sigaction present {};
     if (sigaction(number, nullptr, &present) == 0 && present.sa_handler == SIG_IGN) {
       continue;  // as nohup and background jobs want it

@@ -13,6 +13,8 @@
 #include <cmath>
 #include <condition_variable>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <mutex>
 #include <thread>
@@ -24,6 +26,12 @@ using Clock = std::chrono::steady_clock;
 
 double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
+/// Whether standard error is a terminal that can redraw a line.
+bool isCapableTerminal() {
+  const char* const terminal = std::getenv("TERM");
+  return ::isatty(STDERR_FILENO) == 1 && terminal != nullptr && *terminal != '\0' && std::strcmp(terminal, "dumb") != 0;
+}
+
 /// Watches a running operator from a thread of its own: shows how far it is, and passes an interrupt on. A frame hears
 /// `abort` only while its typed operator exists, so it is repeated until the run ends.
 class Watcher {
@@ -33,9 +41,10 @@ public:
         _doing(std::move(doing)),
         _quiet(session.quiet),
         _brief(session.brief),
-        _terminal(::isatty(STDERR_FILENO) == 1),
+        _terminal(isCapableTerminal()),
+        _lines(session.progress && !_terminal),
         _start(Clock::now()) {
-    if (!_quiet && !_brief && !_terminal) {
+    if (!_quiet && !_brief && _lines) {
       std::fprintf(stderr, "tavi: %s\n", _doing.c_str());
     }
     _thread = std::thread([this] { watch(); });
@@ -57,7 +66,7 @@ public:
       if (_drawn) {
         std::fprintf(stderr, "\r\033[K");
       }
-      if (!_quiet && !_brief && succeeded) {
+      if (!_quiet && !_brief && succeeded && (_terminal || _lines)) {
         std::fprintf(stderr, "tavi: %s: done in %s\n", _doing.c_str(), timeText(seconds).c_str());
       }
     }
@@ -77,7 +86,7 @@ private:
         _frame.abort();
       }
       const double seconds = secondsSince(_start);
-      if (_quiet || seconds < (_terminal ? firstDraw : nextLine)) {
+      if (_quiet || !(_terminal || _lines) || seconds < (_terminal ? firstDraw : nextLine)) {
         continue;
       }
       const std::string text = progressText(_doing, _frame.getProgress().getProgress(), seconds);
@@ -96,7 +105,8 @@ private:
   std::string _doing;
   bool _quiet;
   bool _brief;
-  bool _terminal;
+  bool _terminal;  ///< that understands escape sequences
+  bool _lines;     ///< plain lines instead of a bar
   bool _drawn = false;
   bool _finished = false;
   Clock::time_point _start;

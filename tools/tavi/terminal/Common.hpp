@@ -29,6 +29,7 @@ using Tavi::SizeType;
 using Tavi::SmartPointer;
 using Tavi::Persistence::IComposite;
 using Tavi::Persistence::KeyDescription;
+using Tavi::Persistence::KeyInfo;
 using Tavi::Persistence::Takes;
 
 using Json = nlohmann::ordered_json;

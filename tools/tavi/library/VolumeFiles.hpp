@@ -18,10 +18,14 @@ struct FileFormat {
 /// The kind of a file by its name; throws UsageError, which lists the known ends of names, for any other.
 const FileFormat& formatOf(const std::string& file);
 
+/// The end of the name of a volume file as it is written there; empty for any other name.
+std::string volumeExtensionOf(const std::string& file);
+
 /// Whether a name has the end of a volume file that this library writes.
 bool isWritableVolumeName(const std::string& file);
 
-/// Throws UsageError for a name that cannot be read or written, before anything is opened.
+/// Throws UsageError for a name that cannot be read or written, and Failure for a folder that takes no file, before
+/// anything is opened.
 void requireReadable(const std::string& file);
 void requireWritable(const std::string& file);
 
@@ -31,7 +35,7 @@ SmartPointer<IVolume> loadVolume(Session& session, const std::string& file);
 /// costs no file that was there before. Targets that are no regular files are written directly.
 void saveVolume(Session& session, const SmartPointer<IVolume>& volume, const std::string& file);
 
-/// Writes what is no volume.
+/// Writes a file that is no volume, likewise.
 void writeText(Session& session, const std::string& text, const std::string& file);
 
 }  // namespace NORV::TaviTool
