@@ -4,6 +4,7 @@
 #   make test                      sets everything up, builds, runs all tests
 #   make bench [FILTER=regex]      measures
 #   make asan, make tsan           all tests under the sanitizers
+#   make fuzz [TARGET=] [TIME=60]  fuzzes the readers of files, each TIME seconds
 #   make docs                      renews the generated parts of the documentation
 #   make format, make tidy         formatting, static analysis
 
@@ -15,7 +16,7 @@ export CMAKE_GENERATOR CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
 
 SOURCES = git ls-files -z -- '*.hpp' '*.cpp'
 
-.PHONY: demo test bench asan tsan docs format tidy release packages packages-sanitizers
+.PHONY: demo test bench asan tsan fuzz docs format tidy release packages packages-sanitizers
 
 demo: release
 	scripts/demo $(INPUT)
@@ -37,6 +38,9 @@ tsan: packages-sanitizers
 	cmake --preset tsan
 	cmake --build --preset tsan
 	ctest --preset tsan
+
+fuzz:
+	scripts/fuzz "$(TARGET)" $(TIME)
 
 docs: release
 	scripts/docs

@@ -8,6 +8,7 @@
 #include <Files/FileStream.hpp>
 #include <Files/SliceTransfer.hpp>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
