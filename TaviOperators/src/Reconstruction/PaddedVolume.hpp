@@ -13,8 +13,9 @@
 
 namespace NORV::TaviOperators::Impl {
 
-/// Where a padded volume has its shell: on all sides, or in no slice but those of the interior.
-enum class Shell { around, inSlices };
+/// Where a padded volume has its shell: on all sides, in no slice but those of the interior, or at the ends of the
+/// rows of the interior only.
+enum class Shell { around, inSlices, inRows };
 
 /// A dense work volume with a shell of one voxel, so that each interior voxel has all of its neighbours and loops need
 /// no bounds test. Neither interior nor shell are initialised.
@@ -26,9 +27,10 @@ public:
   /// Throws `std::bad_alloc` or `std::overflow_error` for extents that no memory holds.
   explicit PaddedVolume(const Dimension<SizeType>& interior, Shell shell = Shell::around)
       : _interior(interior),
-        _marginTert(shell == Shell::inSlices && interior.tert > 0 ? 0 : 1),
-        _volume(
-            new Volume<T>(Dimension<SizeType>(interior.prim + 2, interior.sec + 2, interior.tert + 2 * _marginTert))) {}
+        _marginSec(marginSec(interior, shell)),
+        _marginTert(shell != Shell::around && interior.tert > 0 ? 0 : 1),
+        _volume(new Volume<T>(
+            Dimension<SizeType>(interior.prim + 2, interior.sec + 2 * _marginSec, interior.tert + 2 * _marginTert))) {}
 
   /// The nested operator that sets the shell: run it with `requestShell`.
   static std::string shellOperator() {
@@ -53,21 +55,22 @@ public:
   SizeType size() const { return _volume->getAllocatedDimension().size(); }
   Dimension<SizeType> extents() const { return _interior; }
 
-  Strides strides() const {
-    const auto sec = static_cast<int64>(_interior.prim + 2);
-    return {1, sec, sec * static_cast<int64>(_interior.sec + 2)};
+  Strides strides() const { return stridesFor(_interior, _marginSec); }
+  /// Those of a padded volume before it is made.
+  static Strides stridesFor(const Dimension<SizeType>& interior, Shell shell) {
+    return stridesFor(interior, marginSec(interior, shell));
   }
   /// The offset of a voxel of the interior.
   int64 offset(SizeType prim, SizeType sec, SizeType tert) const {
     const Strides stride = strides();
-    return static_cast<int64>(prim + 1) + static_cast<int64>(sec + 1) * stride.sec +
+    return static_cast<int64>(prim + 1) + static_cast<int64>(sec + _marginSec) * stride.sec +
            static_cast<int64>(tert + _marginTert) * stride.tert;
   }
   /// The voxel of the interior that an offset leads to.
   Position<SizeType> position(int64 offset) const {
     const Strides stride = strides();
     const int64 inSlice = offset % stride.tert;
-    return {static_cast<SizeType>(inSlice % stride.sec) - 1, static_cast<SizeType>(inSlice / stride.sec) - 1,
+    return {static_cast<SizeType>(inSlice % stride.sec) - 1, static_cast<SizeType>(inSlice / stride.sec) - _marginSec,
             static_cast<SizeType>(offset / stride.tert) - _marginTert};
   }
 
@@ -83,11 +86,21 @@ public:
   }
 
 private:
+  static SizeType marginSec(const Dimension<SizeType>& interior, Shell shell) {
+    return shell == Shell::inRows && interior.sec > 0 ? 0 : 1;
+  }
+  static Strides stridesFor(const Dimension<SizeType>& interior, SizeType marginSec) {
+    const auto sec = static_cast<int64>(interior.prim + 2);
+    return {1, sec, sec * static_cast<int64>(interior.sec + 2 * marginSec)};
+  }
+
   RegionOfInterest region() const {
-    return RegionOfInterest(_interior, Position<SizeType>(1, 1, _interior.size() == 0 ? 1 : _marginTert));
+    const bool isEmpty = _interior.size() == 0;
+    return RegionOfInterest(_interior, Position<SizeType>(1, isEmpty ? 1 : _marginSec, isEmpty ? 1 : _marginTert));
   }
 
   Dimension<SizeType> _interior;
+  SizeType _marginSec;
   SizeType _marginTert;
   VolumePtr<T> _volume;
 };
