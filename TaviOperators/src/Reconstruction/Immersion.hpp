@@ -21,7 +21,7 @@ namespace NORV::TaviOperators::Impl {
 /// are is found from all voxels left, or from those that the last round has labelled where these are few. So the work
 /// is linear in the voxels, and only short queues are needed.
 ///
-/// Memory beyond labels and order: a block of labels, the two queues, and the queue of runs where basins begin.
+/// Memory beyond labels and order: a label for each 16 voxels, and two queues that begin with room for each 20th voxel.
 template <class L, class Offset>
 class Immersion {
   using Words = FloodWords<L>;
@@ -32,14 +32,13 @@ public:
       : _self(self),
         _threads(threads),
         _first(labels.interior().data),
-        _block(labels.data()),
         _end(labels.data() + labels.size()),
         _around(_end, labels.strides(), rows),
         _runs(_end),
         _limit(std::min<SizeType>(limit, Words::lastLabel)),
         _front(share(labels), share(labels)),
         _next(share(labels), share(labels)),
-        _begun(share(labels), share(labels)) {}
+        _batch(std::clamp<SizeType>(labels.extents().size() / 16, smallestBatch, largestBatch)) {}
 
   SizeType lastLabel() const { return _lastLabel; }
   void setLastLabel(SizeType label) { _lastLabel = label; }
@@ -85,8 +84,8 @@ public:
   }
 
 private:
-  static constexpr SizeType batch = SizeType{1} << 16;
-  static constexpr SizeType part = SizeType{1} << 12;  // of a batch, for one thread
+  static constexpr SizeType smallestBatch = 256, largestBatch = 65536;  // the found labels stay in the cache
+  static constexpr SizeType part = 4096;                                // of a batch, for one thread
 
   static SizeType share(const PaddedVolume<L>& labels) { return labels.extents().size() / 20; }
   static bool isFew(SizeType labelled, SizeType left) { return labelled < left / 16; }
@@ -95,13 +94,13 @@ private:
   /// they wait. Returns how many were labelled; where these are few, they are queued as the front.
   SizeType floodRound(Offset* voxels, SizeType count) {
     if (_found == nullptr) {
-      _found = std::make_unique_for_overwrite<L[]>(std::min(batch, static_cast<SizeType>(_end - _block)));
+      _found = std::make_unique_for_overwrite<L[]>(_batch);
     }
     // Labels of a batch are unseen until all batches have been looked at; a single batch has been.
-    const L mark = count <= batch ? L{0} : Words::fresh;
+    const L mark = count <= _batch ? L{0} : Words::fresh;
     SizeType labelled = 0, kept = 0;
-    for (SizeType begin = 0; begin < count; begin += batch) {
-      const SizeType size = std::min(batch, count - begin);
+    for (SizeType begin = 0; begin < count; begin += _batch) {
+      const SizeType size = std::min(_batch, count - begin);
       findLabels(voxels + begin, size);
       if (_self.isAborted()) {
         return 0;
@@ -201,8 +200,8 @@ private:
       return;
     }
     floodRun(voxel, label);
-    while (!_begun.empty() && !_self.isAborted()) {
-      L* const begin = _first + _begun.pop();
+    while (!_next.empty() && !_self.isAborted()) {
+      L* const begin = _first + _next.pop();
       L* const end = _runs.endOf(begin, label);
       for (int row = 0; row < _around.rows(); ++row) {
         if (row != _around.rows() / 2) {
@@ -229,7 +228,7 @@ private:
     while (voxel[-1] == Words::waiting) {
       --voxel;
     }
-    _begun.push(static_cast<Offset>(voxel - _first));
+    _next.push(static_cast<Offset>(voxel - _first));
     return _runs.fill(voxel, label);
   }
 
@@ -238,14 +237,14 @@ private:
   OperatorBase& _self;
   const int _threads;
   L* const _first;
-  L* const _block;
   L* const _end;
   const Neighbourhood<L> _around;
   const FloodRuns<L> _runs;
   const SizeType _limit;
   SizeType _lastLabel = 0;
   std::unique_ptr<L[]> _found;
-  Queue<Offset> _front, _next, _begun;
+  Queue<Offset> _front, _next;  // _next also holds the runs of a basin
+  const SizeType _batch;
 };
 
 }  // namespace NORV::TaviOperators::Impl
