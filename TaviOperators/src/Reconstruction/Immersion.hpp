@@ -87,6 +87,8 @@ private:
   static constexpr SizeType smallestBatch = 256, largestBatch = 65536;  // the found labels stay in the cache
   static constexpr SizeType part = 4096;                                // of a batch, for one thread
 
+  static constexpr SizeType ahead = 8;  // voxels whose neighbours are on their way from memory
+
   static SizeType share(const PaddedVolume<L>& labels) { return labels.extents().size() / 20; }
   static bool isFew(SizeType labelled, SizeType left) { return labelled < left / 16; }
 
@@ -133,6 +135,7 @@ private:
   void findLabels(const Offset* voxels, SizeType count) {
     const auto findPart = [&](SizeType begin, SizeType end) {
       for (SizeType i = begin; i < end && !_self.isAborted(); ++i) {
+        _around.prefetch(_first + voxels[std::min(i + ahead, end - 1)]);
         _found[i] = _around.label(_first + voxels[i]);
       }
     };

@@ -146,11 +146,16 @@ private:
     }
     this->setTotal((job.isLowestFlooded() ? lowest : 0) + order.size());
 
+    // Before there is memory for the flooding.
+    const SizeType numbered = job.hasHugeMinimum ? numberLowest(job, output) : 0;
     Impl::PaddedVolume<L> labels(job.extents(), job.shell());
     this->executeOperator(_border, labels.requestShell(0));
     Impl::Immersion<L, Offset> immersion(*this, job.threads, labels, job.rows(), std::numeric_limits<Out>::max());
     if (job.hasHugeMinimum) {
-      immersion.setLastLabel(numberLowest(job, output, labels.interior()));
+      immersion.setLastLabel(numbered);
+      Impl::transformVoxels(
+          *this, job.threads, Impl::Steps::silent, [](Out label) { return static_cast<L>(label); }, labels.interior(),
+          asConst(job.output));
     } else {
       markLowest(job, labels.interior());
       immersion.floodWaiting();
@@ -180,8 +185,8 @@ private:
         labels, job.input);
   }
 
-  /// Numbers the connected sets of the lowest level. Returns the last label.
-  SizeType numberLowest(const Job<In, Out>& job, const OutputPtr& output, const Impl::View<L>& labels) {
+  /// Numbers the connected sets of the lowest level in the output. Returns the last label.
+  SizeType numberLowest(const Job<In, Out>& job, const OutputPtr& output) {
     const VolumePtr<int8> lowest(new Volume<int8>(output->getDimension()));
     Impl::transformVoxels(
         *this, job.threads, Impl::Steps::silent,
@@ -196,9 +201,6 @@ private:
     if (this->isAborted()) {
       return 0;
     }
-    Impl::transformVoxels(
-        *this, job.threads, Impl::Steps::silent, [](Out label) { return static_cast<L>(label); }, labels,
-        asConst(job.output));
     return DataPtr<uint64>(components->getValue("outputNumberOfLabels"))->getValue() - 1;
   }
 
