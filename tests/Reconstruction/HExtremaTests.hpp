@@ -104,8 +104,9 @@ std::vector<T> transformed(const std::vector<T>& f, const Extents& extents, T h,
   return voxelsOf(VolumePtr<T>(parameter->outputVolume.value()));
 }
 
+/// To take in turn; more threads than processors take long.
 inline const std::vector<SizeType>& someThreadCounts() {
-  static const std::vector<SizeType> counts{1, 2, 5, 33};
+  static const std::vector<SizeType> counts{1, 2, 5, 1, 2, 5, 3, 2, 33, 1, 2};
   return counts;
 }
 
@@ -142,15 +143,14 @@ template <class Op>
 void allReliefsAreAsStatedWithAnyNumberOfThreads() {
   const RuntimeSettings settings;
   forEachInstance([]<class T>() {
-    unsigned seed = 1;
-    for (const Relief<T>& relief : makeReliefs<T>(++seed)) {
+    SizeType run = 0;
+    for (const Relief<T>& relief : makeReliefs<T>(2)) {
       for (const T h : {T(0), T(1), T(3), T(17), T(60), std::numeric_limits<T>::max()}) {
-        const std::vector<T> expected = swept<Op>(relief.voxels, relief.extents, h);
-        for (const SizeType threads : someThreadCounts()) {
-          SCOPED_TRACE(relief.name + " " + std::to_string(relief.voxels.size()) + ", h " + std::to_string(h) + ", " +
-                       std::to_string(threads) + " threads");
-          expectSameVoxels(transformed<Op>(relief.voxels, relief.extents, h, threads), expected);
-        }
+        const SizeType threads = someThreadCounts()[run++ % someThreadCounts().size()];
+        SCOPED_TRACE(relief.name + " " + std::to_string(relief.voxels.size()) + ", h " + std::to_string(h) + ", " +
+                     std::to_string(threads) + " threads");
+        expectSameVoxels(transformed<Op>(relief.voxels, relief.extents, h, threads),
+                         swept<Op>(relief.voxels, relief.extents, h));
       }
     }
   });
