@@ -11,10 +11,6 @@
 
 namespace NORV::TaviOperators {
 
-namespace Impl {
-inline Exceptions::Origin originOfEmptyQueue();
-}  // namespace Impl
-
 /// A first-in first-out queue in a ring of elements: a full one grows by a fixed step, there is no doubling.
 ///
 /// - Failures: `pop` throws InvalidState on an empty queue. A growth without memory throws `std::bad_alloc` and leaves
@@ -57,7 +53,7 @@ public:
   /// Removes the element at the head and returns it.
   T pop() {
     if (_count == 0) {
-      throw Exceptions::InvalidState(Impl::originOfEmptyQueue(), "The queue is empty!");
+      throw Exceptions::InvalidState({"Queue::pop", "TaviOperators/include/Queue", 247}, "The queue is empty!");
     }
     const T element = *_head;
     if (++_head == _endOfStorage) {
@@ -119,11 +115,5 @@ private:
   Tavi::SizeType _count = 0;
   Tavi::SizeType _growthStep = 1;
 };
-
-// Last in the file: the failure names a source and a line that do not depend on where the code stands.
-inline Exceptions::Origin Impl::originOfEmptyQueue() {
-#line 247 "TaviOperators/include/Queue"
-  return "Queue::pop";
-}
 
 }  // namespace NORV::TaviOperators

@@ -4,84 +4,97 @@
 
 #include <Tavi/Types.hpp>
 
-#include <algorithm>
-#include <cstddef>
-#include <functional>
+#include <limits>
 #include <random>
 #include <string>
 #include <vector>
 
-/// Grey values of volumes that are hard in different ways, in 256 levels or fewer.
+/// Grey-value volumes on which propagation goes wrong in different ways.
 namespace NORV::Tests {
 
+using Tavi::SizeType;
+
+inline SizeType voxelsIn(const Extents& extents) { return extents[0] * extents[1] * extents[2]; }
+
+template <class T>
 struct Relief {
   std::string name;
   Extents extents;
-  std::vector<uint8> values;
+  std::vector<T> voxels;
 };
 
-inline Relief makeRelief(const std::string& name, const Extents& extents,
-                         const std::function<uint64(uint64, uint64, uint64)>& valueAt) {
-  Relief relief{name, extents, {}};
-  for (uint64 z = 0; z < extents[2]; ++z) {
-    for (uint64 y = 0; y < extents[1]; ++y) {
-      for (uint64 x = 0; x < extents[0]; ++x) {
-        relief.values.push_back(static_cast<uint8>(valueAt(x, y, z)));
+/// A path of one voxel's width through the whole volume: rows in turn to the right and to the left, joined at their
+/// ends, with rows of walls between them; slices likewise. Calls `onPath(index, step)` along it.
+template <class OnPath>
+void walkSpiral(const Extents& extents, const OnPath& onPath) {
+  SizeType step = 0;
+  const auto index = [&](SizeType x, SizeType y, SizeType z) { return x + extents[0] * (y + extents[1] * z); };
+  bool isBackwards = false;
+  const SizeType lastRow = (extents[1] - 1) / 2 * 2;
+  for (SizeType z = 0; z < extents[2]; z += 2) {
+    const bool isUpwards = z % 4 == 0;
+    for (SizeType k = 0; k <= lastRow; k += 2) {
+      const SizeType y = isUpwards ? k : lastRow - k;
+      for (SizeType i = 0; i < extents[0]; ++i) {
+        onPath(index(isBackwards ? extents[0] - 1 - i : i, y, z), step++);
+      }
+      const SizeType end = isBackwards ? 0 : extents[0] - 1;
+      isBackwards = !isBackwards;
+      if (k < lastRow) {
+        onPath(index(end, isUpwards ? y + 1 : y - 1, z), step++);
+      } else if (z + 2 < extents[2]) {
+        onPath(index(end, y, z + 1), step++);
       }
     }
   }
-  return relief;
 }
 
-inline Relief makeNoise(const Extents& extents, uint64 levels, unsigned seed) {
+/// All kinds, of odd sizes.
+template <class T>
+std::vector<Relief<T>> makeReliefs(unsigned seed) {
   std::mt19937_64 random(seed);
-  return makeRelief("noise of " + std::to_string(levels) + " levels", extents,
-                    [&](auto...) { return random() % levels; });
-}
-
-/// Corridors of one voxel's width that fold back at each end of a slice, and go on in the next slice.
-inline uint64 corridorAt(uint64 x, uint64 y, uint64 z, const Extents& extents) {
-  if (z % 2 == 1) {
-    const bool isEnd = z / 2 % 2 == 0 ? x + 1 == extents[0] && y + 1 == extents[1] : x == 0 && y == 0;
-    return isEnd ? 1 : 9;
-  }
-  const bool isTurn = y / 2 % 2 == 0 ? x + 1 == extents[0] : x == 0;
-  return y % 2 == 0 || isTurn ? 1 : 9;
-}
-
-inline std::vector<Relief> reliefs(const Extents& extents) {
-  const auto distance = [&](uint64 x, uint64 y, uint64 z, uint64 at) {
-    const auto square = [](uint64 a, uint64 b) { return (a > b ? a - b : b - a) * (a > b ? a - b : b - a); };
-    return square(x, extents[0] * at / 4) + square(y, extents[1] * at / 4) + square(z, extents[2] * at / 4);
+  constexpr T top = std::numeric_limits<T>::max();
+  std::vector<Relief<T>> all;
+  const auto add = [&](const std::string& name, const Extents& extents, const auto& valueAt) {
+    Relief<T> relief{name, extents, {}};
+    for (SizeType z = 0; z < extents[2]; ++z) {
+      for (SizeType y = 0; y < extents[1]; ++y) {
+        for (SizeType x = 0; x < extents[0]; ++x) {
+          relief.voxels.push_back(static_cast<T>(valueAt(x, y, z)));
+        }
+      }
+    }
+    all.push_back(relief);
   };
-  std::mt19937_64 random(extents[0] + 100 * extents[1]);
-  std::vector<uint64> patches(4096);
-  for (uint64& patch : patches) {
-    patch = random() % 5;
+  const auto below = [&random](uint64 count) { return random() % count; };
+  for (const Extents& extents : std::vector<Extents>{{1, 1, 1},
+                                                     {67, 1, 1},
+                                                     {1, 13, 1},
+                                                     {1, 1, 9},
+                                                     {19, 7, 1},
+                                                     {1, 5, 6},
+                                                     {17, 9, 5},
+                                                     {131, 5, 3},
+                                                     {33, 11, 13}}) {
+    add("noise", extents, [&](auto...) { return below(64); });
+    add("wide noise", extents, [&](auto...) { return random(); });
+    add("plateaus", extents, [&](auto...) { return below(3) * 30; });
+    add("islands", extents, [&](auto...) { return below(9) == 0 ? 40 + below(60) : 7; });
+    add("ridges", extents, [&](SizeType x, SizeType y, SizeType z) { return 20 * ((x / 3 + y / 2 + z) % 5) + x % 11; });
+    add("checkerboard", extents, [&](SizeType x, SizeType y, SizeType z) { return (x + y + z) % 2 * 50 + below(3); });
+    add("comb", extents, [&](SizeType x, SizeType y, SizeType z) { return y == 0 && z == 0 ? 90 : x % 2 * (60 + y); });
+    add("near both ends", extents, [&](auto...) { return below(2) == 0 ? below(9) : top - below(9); });
+    add("constant", extents, [](auto...) { return 9; });
   }
-  std::vector<Relief> all{makeNoise(extents, 2, 1), makeNoise(extents, 5, 2), makeNoise(extents, 200, 3)};
-  const auto add = [&](const char* name, const auto& valueAt) { all.push_back(makeRelief(name, extents, valueAt)); };
-  add("one value", [](auto...) { return 7u; });
-  add("zeros", [](auto...) { return 0u; });
-  add("the largest value", [](auto...) { return 255u; });
-  add("plateaus", [&](uint64 x, uint64 y, uint64 z) { return patches[(x / 4 + 16 * (y / 3) + 256 * (z / 3)) % 4096]; });
-  add("ridges",
-      [&](uint64 x, uint64 y, uint64 z) { return (x % 6 < 3 ? x % 6 : 6 - x % 6) + (y % 8 < 4 ? 1 : 0) + z % 2; });
-  add("two wells", [&](uint64 x, uint64 y, uint64 z) {
-    return std::min<uint64>(255, std::min(distance(x, y, z, 1), distance(x, y, z, 3)) / 2);
-  });
-  add("shells", [&](uint64 x, uint64 y, uint64 z) { return distance(x, y, z, 2) / 5 % 3 * 100; });
-  add("checkerboard", [](uint64 x, uint64 y, uint64 z) { return (x + y + z) % 2 * 255; });
-  add("comb", [&](uint64 x, uint64 y, uint64 z) { return x % 2 == 0 || (y == 0 && z % 2 == 0) ? 3u : 8u; });
-  add("spiral with a well",
-      [&](uint64 x, uint64 y, uint64 z) { return x + y + z == 0 ? 0 : corridorAt(x, y, z, extents); });
-  add("spiral with wells at both ends", [&](uint64 x, uint64 y, uint64 z) {
-    const bool isLast = x + 1 == extents[0] && y + 1 == extents[1] && z + 1 == extents[2];
-    return x + y + z == 0 || isLast ? 0 : corridorAt(x, y, z, extents);
-  });
-  add("slope", [](uint64 x, uint64 y, uint64 z) { return (x + 2 * y + 3 * z) % 256; });
-  add("half air",
-      [&](uint64 x, uint64 y, uint64 z) { return x < extents[0] / 2 ? 0 : 1 + (x * 7 + y * 5 + z * 3) % 11; });
+  for (const Extents& extents : std::vector<Extents>{{21, 9, 5}, {5, 5, 17}}) {
+    add("spiral", extents, [](auto...) { return 0; });
+    walkSpiral(extents, [&](SizeType index, SizeType) { all.back().voxels[index] = 100; });
+    all.back().voxels[0] = 120;
+    add("spiral uphill", extents, [](auto...) { return 3; });
+    walkSpiral(extents, [&](SizeType index, SizeType step) {
+      all.back().voxels[index] = static_cast<T>(step % 37 == 0 ? 50 + step / 37 * 3 : 45 + step / 10);
+    });
+  }
   return all;
 }
 

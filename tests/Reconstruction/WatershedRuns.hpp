@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Reconstruction/Reliefs.hpp"
+#include "Reconstruction/FloodReliefs.hpp"
 #include "Reconstruction/StatedBasins.hpp"
 #include "support/Operators.hpp"
 #include "support/Volumes.hpp"

@@ -56,7 +56,7 @@ TEST(WatershedTransformVolumes, AnOutputIsMadeOfTheInputsType) {
 }
 
 TEST(WatershedTransformVolumes, AnOutputOfAnotherSizeIsResizedAndReused) {
-  const Relief relief = makeNoise({7, 6, 5}, 5, 2);
+  const FloodRelief relief = makeNoiseRelief({7, 6, 5}, 5, 2);
   for (const Layout& layout : someLayouts()) {
     const TestVolume<uint8> input(relief.extents);
     input.fill(relief.values);
@@ -71,7 +71,7 @@ TEST(WatershedTransformVolumes, AnOutputOfAnotherSizeIsResizedAndReused) {
 TEST(WatershedTransformVolumes, InPlace) {
   for (const Layout& layout : allLayouts()) {
     for (const Flags& flags : allFlags()) {
-      const Relief relief = makeNoise({11, 6, 5}, 4, 3);
+      const FloodRelief relief = makeNoiseRelief({11, 6, 5}, 4, 3);
       const TestVolume<uint8> volume(relief.extents, layout);
       volume.fill(relief.values);
       const auto parameter = watershedRequest(volume, volume, flags, 2);
@@ -84,7 +84,7 @@ TEST(WatershedTransformVolumes, InPlace) {
 
 /// The output lies over the input, moved by some voxels or of another voxel type.
 TEST(WatershedTransformVolumes, OutputInTheMemoryOfTheInput) {
-  const Relief relief = makeNoise({11, 6, 5}, 6, 4);
+  const FloodRelief relief = makeNoiseRelief({11, 6, 5}, 6, 4);
   const SizeType size = relief.values.size();
   const Tavi::Dimension<SizeType> extents(11, 6, 5);
   for (const Flags& flags : allFlags()) {
@@ -102,7 +102,7 @@ TEST(WatershedTransformVolumes, OutputInTheMemoryOfTheInput) {
 
 /// The output is a smaller view of the volume that the input is, and gets memory of its own.
 TEST(WatershedTransformVolumes, OutputOfOtherExtentsInTheMemoryOfTheInput) {
-  const Relief relief = makeNoise({11, 6, 5}, 6, 5);
+  const FloodRelief relief = makeNoiseRelief({11, 6, 5}, 6, 5);
   std::vector<uint8> memory = relief.values;
   const VolumePtr<uint8> input(new Tavi::Volume<uint8>(Tavi::Dimension<SizeType>(11, 6, 5), memory.data(), {}));
   const VolumePtr<uint8> output(new Tavi::Volume<uint8>(Tavi::Dimension<SizeType>(11, 6, 2), memory.data(), {}));
@@ -114,7 +114,7 @@ TEST(WatershedTransformVolumes, OutputOfOtherExtentsInTheMemoryOfTheInput) {
 TEST(WatershedTransformVolumes, AnOperatorIsReusable) {
   const auto op = createTyped(typedWatershed<uint8, uint16>());
   for (unsigned run = 0; run < 6; ++run) {
-    const Relief relief = makeNoise({9, 8, 4 + run % 2}, 4 + run, run);
+    const FloodRelief relief = makeNoiseRelief({9, 8, 4 + run % 2}, 4 + run, run);
     const TestVolume<uint8> input(relief.extents);
     const TestVolume<uint16> output(relief.extents);
     input.fill(relief.values);
@@ -188,7 +188,7 @@ TEST(WatershedTransformMemory, IsAtMost16BytesPerVoxelBeyondInputAndOutput) {
 }
 
 TEST(WatershedTransformProgress, NeverGoesBackAndEndsWithTheNestedOperatorsThatRan) {
-  const Relief relief = makeNoise({60, 50, 40}, 200, 1);
+  const FloodRelief relief = makeNoiseRelief({60, 50, 40}, 200, 1);
   const TestVolume<uint8> input(relief.extents);
   input.fill(relief.values);
   for (const bool huge : {false, true}) {
@@ -222,7 +222,7 @@ TEST(WatershedTransformProgress, HasNoStepsWithoutALevel) {
 
 TEST(WatershedTransformAbort, WhileTheOutputIsResizedLeavesTheResultsUnset) {
   for (const Flags& flags : allFlags()) {
-    const Relief relief = makeNoise({9, 5, 4}, 5, 1);
+    const FloodRelief relief = makeNoiseRelief({9, 5, 4}, 5, 1);
     const TestVolume<uint8> input(relief.extents);
     input.fill(relief.values);
     std::vector<uint16> memory(3, 7);
@@ -239,12 +239,12 @@ TEST(WatershedTransformAbort, WhileTheOutputIsResizedLeavesTheResultsUnset) {
 
 /// At each share of the progress: in the nested operators, while levels are flooded and while a plateau is.
 TEST(WatershedTransformAbort, AtAnyPointReturnsNormallyAndTheNextRunIsWhole) {
-  std::vector<Relief> all{makeNoise({50, 40, 30}, 100, 1), makeNoise({50, 40, 30}, 2, 1)};
-  all.push_back(makeRelief("spiral", {60, 59, 21}, [](uint64 x, uint64 y, uint64 z) {
+  std::vector<FloodRelief> all{makeNoiseRelief({50, 40, 30}, 100, 1), makeNoiseRelief({50, 40, 30}, 2, 1)};
+  all.push_back(makeFloodRelief("spiral", {60, 59, 21}, [](uint64 x, uint64 y, uint64 z) {
     return x + y + z == 0 ? 0 : corridorAt(x, y, z, {60, 59, 21});
   }));
   int aborted = 0;
-  for (const Relief& relief : all) {
+  for (const FloodRelief& relief : all) {
     const TestVolume<uint8> input(relief.extents);
     input.fill(relief.values);
     for (unsigned run = 0; run < 40; ++run) {
@@ -374,7 +374,7 @@ TEST(WatershedTransformFailure, AThreadCountThat32BitsDoNotHold) {
 
 TEST(WatershedTransformFailure, AnyAllocationThatFailsSurfacesAndLosesNothing) {
   SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
-  const Relief relief = makeNoise({12, 9, 6}, 7, 3);
+  const FloodRelief relief = makeNoiseRelief({12, 9, 6}, 7, 3);
   for (const Flags& flags : allFlags()) {
     const TestVolume<uint8> input(relief.extents);
     const TestVolume<uint16> output(relief.extents);

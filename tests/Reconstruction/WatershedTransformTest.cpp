@@ -47,7 +47,7 @@ TEST(WatershedTransformInstances, AllNinePairsAreRegistered) {
 }
 
 TEST(WatershedTransform, EveryPairIsAsStated) {
-  for (const Relief& relief : reliefs({9, 7, 5})) {
+  for (const FloodRelief& relief : floodReliefs({9, 7, 5})) {
     for (const Flags& flags : allFlags()) {
       SCOPED_TRACE(relief.name);
       forEachUnsignedPair([&]<class In, class Out>() {
@@ -61,7 +61,7 @@ TEST(WatershedTransform, EveryPairIsAsStated) {
 TEST(WatershedTransform, EveryReliefIsAsStatedWithAnyNumberOfThreads) {
   for (const Extents& extents : {Extents{24, 17, 9}, Extents{40, 31, 1}, Extents{90, 1, 1}, Extents{1, 1, 90},
                                  Extents{1, 30, 20}, Extents{2, 2, 60}, Extents{21, 1, 20}}) {
-    for (const Relief& relief : reliefs(extents)) {
+    for (const FloodRelief& relief : floodReliefs(extents)) {
       SCOPED_TRACE(relief.name);
       for (const Flags& flags : allFlags()) {
         for (const SizeType threads : threadCountsOfRule) {
@@ -76,7 +76,7 @@ TEST(WatershedTransform, AnyNoiseIsAsStated) {
   std::mt19937 random(3);
   for (unsigned run = 0; run < 800; ++run) {
     const Extents extents{1 + random() % 20, 1 + random() % 12, 1 + random() % 9};
-    const Relief relief = makeNoise(extents, 1 + random() % 12, run);
+    const FloodRelief relief = makeNoiseRelief(extents, 1 + random() % 12, run);
     expectStated<uint8, uint16>(relief.values, extents, allFlags()[run % 4], 1 + run % 3);
   }
 }
@@ -84,14 +84,14 @@ TEST(WatershedTransform, AnyNoiseIsAsStated) {
 /// Levels of several batches, which the threads share.
 TEST(WatershedTransform, LevelsOfManyVoxelsAreAsStated) {
   const Extents extents{80, 61, 37};
-  std::vector<Relief> large{makeNoise(extents, 2, 4), makeNoise(extents, 4, 5)};
-  large.push_back(makeRelief("planes", extents, [](uint64, uint64, uint64 z) { return z % 3; }));
-  large.push_back(makeRelief("far from the minimum", extents,
-                             [](uint64 x, uint64 y, uint64 z) { return x + y + z == 0 ? 0u : 1u; }));
-  large.push_back(makeRelief("grains in a plateau", extents, [](uint64 x, uint64 y, uint64 z) {
+  std::vector<FloodRelief> large{makeNoiseRelief(extents, 2, 4), makeNoiseRelief(extents, 4, 5)};
+  large.push_back(makeFloodRelief("planes", extents, [](uint64, uint64, uint64 z) { return z % 3; }));
+  large.push_back(makeFloodRelief("far from the minimum", extents,
+                                  [](uint64 x, uint64 y, uint64 z) { return x + y + z == 0 ? 0u : 1u; }));
+  large.push_back(makeFloodRelief("grains in a plateau", extents, [](uint64 x, uint64 y, uint64 z) {
     return (x * 31 + y * 17 + z * 101) % 997 == 0 ? (x + y) % 3 : 5;
   }));
-  for (const Relief& relief : large) {
+  for (const FloodRelief& relief : large) {
     SCOPED_TRACE(relief.name);
     expectStated<uint8, uint32>(relief.values, extents, {}, 2);
     expectStated<uint8, uint32>(relief.values, extents, {false, true}, 5);
@@ -101,7 +101,7 @@ TEST(WatershedTransform, LevelsOfManyVoxelsAreAsStated) {
 TEST(WatershedTransform, EveryLayoutIsAsStated) {
   const Extents extents{9, 6, 5};
   for (const uint64 levels : {3u, 60u}) {
-    const Relief relief = makeNoise(extents, levels, 9);
+    const FloodRelief relief = makeNoiseRelief(extents, levels, 9);
     const std::vector<uint16> values(relief.values.begin(), relief.values.end());
     for (const Layout& inputLayout : allLayouts()) {
       for (const Layout& outputLayout : someLayouts()) {
@@ -179,7 +179,7 @@ TEST(WatershedTransform, APlateauIsDividedHalfWay) {
 }
 
 TEST(WatershedTransform, WithoutTheHighestValueItsVoxelsAreZeroAndNoOtherChanges) {
-  const Relief relief = makeNoise({12, 9, 7}, 6, 21);
+  const FloodRelief relief = makeNoiseRelief({12, 9, 7}, 6, 21);
   const auto all = labelsOf(relief.values, relief.extents);
   const auto some = labelsOf(relief.values, relief.extents, {true, false});
   for (std::size_t i = 0; i < all.size(); ++i) {
@@ -224,7 +224,7 @@ TEST(WatershedTransform, ARealScanIsAsStated) {
   if (!file.read(reinterpret_cast<char*>(scan.data()), static_cast<std::streamsize>(scan.size()))) {
     GTEST_SKIP() << "TAVI_BENCHMARK_SCAN names no scan of 256 x 256 x 128 voxels";
   }
-  const Relief relief = makeRelief("scan", {part, part, part}, [&](uint64 x, uint64 y, uint64 z) {
+  const FloodRelief relief = makeFloodRelief("scan", {part, part, part}, [&](uint64 x, uint64 y, uint64 z) {
     return scan[x + 90 + edge * (y + 90 + edge * (z + 30))];
   });
   for (const Flags& flags : allFlags()) {

@@ -4,6 +4,7 @@
 #include <Tavi/Types.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -22,11 +23,16 @@ namespace NORV::Exceptions {
 struct Origin {
   // Implicit: a literal at the throw expression becomes an origin there, with file and line of that very place.
   Origin(const char* name, std::source_location place = std::source_location::current()) noexcept
+      : Origin(name, place.file_name(), place.line()) {}
+  /// For failures whose place is part of the interface.
+  Origin(const char* name, const char* sourceFile, std::uint_least32_t sourceLine) noexcept
       : function(name),
-        where(place) {}
+        file(sourceFile),
+        line(static_cast<int>(sourceLine)) {}
 
   const char* function;
-  std::source_location where;
+  const char* file;
+  int line;
 };
 
 class Exception;
@@ -154,12 +160,12 @@ protected:
                                          int64 errorCode = 0) noexcept
       : _errorMessage(std::move(errorMessage.text)),
         _errorCode(errorCode),
-        _line(static_cast<int>(origin.where.line())),
+        _line(origin.line),
         _damaged(!errorMessage.complete) {
     guarded([&] {
       _guiMessage = guiMessage;
       _origin = origin.function;
-      _file = origin.where.file_name();
+      _file = origin.file;
     });
     countLiving(+1);
   }
