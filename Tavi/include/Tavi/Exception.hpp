@@ -4,6 +4,7 @@
 #include <Tavi/Types.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -22,14 +23,12 @@ namespace NORV::Exceptions {
 struct Origin {
   // Implicit: a literal at the throw expression becomes an origin there, with file and line of that very place.
   Origin(const char* name, std::source_location place = std::source_location::current()) noexcept
-      : function(name),
-        file(place.file_name()),
-        line(static_cast<int>(place.line())) {}
-  /// A place that is part of the interface, whatever the source that throws. `sourceFile` is a literal.
-  Origin(const char* name, const char* sourceFile, int sourceLine) noexcept
+      : Origin(name, place.file_name(), place.line()) {}
+  /// For failures whose place is part of the interface.
+  Origin(const char* name, const char* sourceFile, std::uint_least32_t sourceLine) noexcept
       : function(name),
         file(sourceFile),
-        line(sourceLine) {}
+        line(static_cast<int>(sourceLine)) {}
 
   const char* function;
   const char* file;

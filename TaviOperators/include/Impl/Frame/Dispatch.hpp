@@ -77,6 +77,15 @@ SmartPointer<IOperator> createOperator(const Names& names, const SmartPointer<IV
   return createByIdentifier(composeIdentifier(names, (first->getType() + ... + (", " + others->getType()))));
 }
 
+/// The whole way of a frame that asks for the typed operator of "inputVolume" alone, whose output is of the same class.
+template <class Parameter>
+SmartPointer<IOperator> createForInput(const Names& names, const SmartPointer<IComposite>& composite) {
+  const auto parameter = castParameter<Parameter>(composite, names.inFrame("invalid parameter object!"));
+  const SmartPointer<IVolume> input = parameter->inputVolume.value();
+  requireGiven(input, names.inFrame("inputVolume is NULL!"));
+  return createOperator(names, input, input);
+}
+
 /// The whole way of a frame that asks for the typed operator of "inputVolume" and "outputVolume". An absent output,
 /// where it is not required, is one of the input's class.
 template <class Parameter>
