@@ -92,7 +92,7 @@ public:
     if (!(isIndex(i) && isIndex(j) && isIndex(k))) {
       const auto outer = static_cast<Real>(_outer);
       const Corners<Real> all{outer, outer, outer, outer, outer, outer, outer, outer};
-      return round(blend(Impl::OneLane<Real>(), all, Real(0), Real(0), Real(0)));
+      return round(blend(Impl::OneLane<Real>(), all, fraction(x - i), fraction(y - j), fraction(z - k)));
     }
     const Corners<Real> corners = cell(static_cast<int64>(i), static_cast<int64>(j), static_cast<int64>(k));
     return round(blend(Impl::OneLane<Real>(), corners, x - i, y - j, z - k));
@@ -103,6 +103,8 @@ private:
 
   /// Whether a whole number may be the index of a voxel or of one beside it; false for NaN.
   static bool isIndex(Real whole) { return whole >= Real(-1) && whole < noIndex; }
+  /// Infinite positions and NaN have none.
+  static Real fraction(Real difference) { return difference >= Real(0) ? difference : Real(0); }
   static bool isInside(int64 index, int64 extent) { return index >= 0 && index < extent; }
 
   template <class Value>
