@@ -1,0 +1,112 @@
+#include <Impl/Frame/Unstoppable.hpp>
+#include <Impl/Loops/BitsView.hpp>
+#include <Impl/Loops/TransformVoxels.hpp>
+
+#include <Geometry/RowSampler.hpp>
+#include <Geometry/Sampler.hpp>
+#include <Vectors/PlainConversion.hpp>
+
+#include <algorithm>
+#include <cmath>
+
+namespace NORV::TaviOperators::Geometry {
+namespace {
+
+/// Whether the cell at a position has a corner in the view. False for NaN.
+template <class In>
+bool touches(const View<const In>& view, float32 x, float32 y, float32 z) {
+  const auto reaches = [](float32 position, SizeType extent) {
+    return position >= -1.0f && position < positionOf(extent);
+  };
+  return reaches(x, view.dimPrim) && reaches(y, view.dimSec) && reaches(z, view.dimTert);
+}
+
+struct Identity {
+  template <class T>
+  T operator()(T x) const {
+    return x;
+  }
+};
+
+}  // namespace
+
+template <class In>
+void RowSampler<In>::nearest(const PositionRow& positions, SizeType count, In* values) const {
+  const Sampler<In, float32> sampler(_source, _outer);
+  for (SizeType i = 0; i < count; ++i) {
+    values[i] = sampler.nearest(positions.x[i], positions.y[i], positions.z[i]);
+  }
+}
+
+template <class In>
+void RowSampler<In>::nearestWide(const PositionRow& positions, SizeType count, WideVoxel<In>* lanes) const {
+  LaneRow<In> voxels;
+  nearest(positions, count, voxels.data());
+  std::copy_n(voxels.data(), count, lanes);
+}
+
+template <class In>
+void RowSampler<In>::linear(const PositionRow& positions, SizeType count, float32* lanes) const {
+  const Sampler<In, float32> sampler(_source, _outer);
+  for (SizeType i = 0; i < count; ++i) {
+    const float32 x = positions.x[i], y = positions.y[i], z = positions.z[i];
+    lanes[i] = touches(_source, x, y, z) ? sampler.linear(x, y, z, Unrounded()) : static_cast<float32>(_outer);
+  }
+}
+
+template <class Lane, class Out>
+void storeLanes(const Lane* lanes, SizeType count, Out* to, int64 stride) {
+  for (SizeType i = 0; i < count; ++i) {
+    to[static_cast<int64>(i) * stride] = Impl::convertPlainly<Out>(lanes[i]);
+  }
+}
+
+template <class Out>
+void storeBlends(const float32* blends, SizeType count, Out* to, int64 stride) {
+  for (SizeType i = 0; i < count; ++i) {
+    if constexpr (std::is_integral_v<Out>) {
+      to[static_cast<int64>(i) * stride] = Impl::convertPlainly<Out>(HalfUp()(blends[i]));
+    } else {
+      to[static_cast<int64>(i) * stride] = blends[i];
+    }
+  }
+}
+
+template <class T>
+Tavi::VolumePtr<T> copyOf(const View<const T>& view, int threads) {
+  using Bits = Impl::BitsOf<T>;
+  const Tavi::VolumePtr<T> copy(
+      new Tavi::Volume<T>(Tavi::Dimension<SizeType>(view.dimPrim, view.dimSec, view.dimTert)));
+  Impl::Unstoppable whole;
+  Impl::transformVoxels(whole, threads, Impl::Steps::silent, Identity(), Impl::viewAs<Bits>(Impl::viewOf(*copy)),
+                        Impl::viewAs<const Bits>(view));
+  return copy;
+}
+
+#define TAVI_GEOMETRY_INSTANTIATE(T)                              \
+  template class RowSampler<T>;                                   \
+  template void storeLanes(const int64*, SizeType, T*, int64);    \
+  template void storeLanes(const float64*, SizeType, T*, int64);  \
+  template void storeBlends(const float32*, SizeType, T*, int64); \
+  template Tavi::VolumePtr<T> copyOf(const View<const T>&, int);
+
+TAVI_GEOMETRY_INSTANTIATE(int8)
+TAVI_GEOMETRY_INSTANTIATE(uint8)
+TAVI_GEOMETRY_INSTANTIATE(int16)
+TAVI_GEOMETRY_INSTANTIATE(uint16)
+TAVI_GEOMETRY_INSTANTIATE(int32)
+TAVI_GEOMETRY_INSTANTIATE(uint32)
+TAVI_GEOMETRY_INSTANTIATE(float32)
+TAVI_GEOMETRY_INSTANTIATE(float64)
+#undef TAVI_GEOMETRY_INSTANTIATE
+
+// Those from voxels of the same type; float64 is there already.
+template void storeLanes(const int8*, SizeType, int8*, int64);
+template void storeLanes(const uint8*, SizeType, uint8*, int64);
+template void storeLanes(const int16*, SizeType, int16*, int64);
+template void storeLanes(const uint16*, SizeType, uint16*, int64);
+template void storeLanes(const int32*, SizeType, int32*, int64);
+template void storeLanes(const uint32*, SizeType, uint32*, int64);
+template void storeLanes(const float32*, SizeType, float32*, int64);
+
+}  // namespace NORV::TaviOperators::Geometry
