@@ -1,6 +1,5 @@
 #include "Geometry/CoordinateTransformFailures.hpp"
 #include "Geometry/CoordinateTransforms.hpp"
-#include "support/FailingAllocation.hpp"
 
 #include <CartesianToCylinderCoordinatesTransform.hpp>
 #include <DLL/CartesianToCylinderCoordinatesTransform.hpp>
@@ -50,6 +49,10 @@ TEST(CartesianToCylinderCoordinatesTransformFailure, ParameterObjectsAndVolumes)
 TEST(CartesianToCylinderCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(CartesianToCylinderCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {
   expectValueFailures<Op>();
+}
+TEST(CartesianToCylinderCoordinatesTransformFailure, AnyAllocationThatFailsSurfacesAndLosesNothing) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
+  expectAllocationFailures<Op>();
 }
 
 TEST(CartesianToCylinderCoordinatesTransform, ADefaultOutputHasOneRadiusMoreThanTheRangeRoundedUp) {

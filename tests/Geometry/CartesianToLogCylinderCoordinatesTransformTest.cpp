@@ -1,6 +1,5 @@
 #include "Geometry/CoordinateTransformFailures.hpp"
 #include "Geometry/CoordinateTransforms.hpp"
-#include "support/FailingAllocation.hpp"
 
 #include <CartesianToLogCylinderCoordinatesTransform.hpp>
 #include <DLL/CartesianToLogCylinderCoordinatesTransform.hpp>
@@ -53,6 +52,10 @@ TEST(CartesianToLogCylinderCoordinatesTransformFailure, ParameterObjectsAndVolum
 TEST(CartesianToLogCylinderCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(CartesianToLogCylinderCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {
   expectValueFailures<Op>();
+}
+TEST(CartesianToLogCylinderCoordinatesTransformFailure, AnyAllocationThatFailsSurfacesAndLosesNothing) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
+  expectAllocationFailures<Op>();
 }
 
 TEST(CartesianToLogCylinderCoordinatesTransform, ADefaultOutputHasOneRadiusMoreThanTheRangeRoundedUp) {

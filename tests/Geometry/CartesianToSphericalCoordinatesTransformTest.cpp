@@ -1,6 +1,5 @@
 #include "Geometry/CoordinateTransformFailures.hpp"
 #include "Geometry/CoordinateTransforms.hpp"
-#include "support/FailingAllocation.hpp"
 
 #include <CartesianToSphericalCoordinatesTransform.hpp>
 #include <DLL/CartesianToSphericalCoordinatesTransform.hpp>
@@ -54,6 +53,10 @@ TEST(CartesianToSphericalCoordinatesTransformFailure, ParameterObjectsAndVolumes
 TEST(CartesianToSphericalCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(CartesianToSphericalCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {
   expectValueFailures<Op>();
+}
+TEST(CartesianToSphericalCoordinatesTransformFailure, AnyAllocationThatFailsSurfacesAndLosesNothing) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
+  expectAllocationFailures<Op>();
 }
 
 TEST(CartesianToSphericalCoordinatesTransform, ADefaultOutputHasOneRadiusMoreThanTheRangeRoundedUp) {

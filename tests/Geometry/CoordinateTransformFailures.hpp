@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Geometry/CoordinateTransforms.hpp"
+#include "support/FailingAllocation.hpp"
 
-#include <DLL/Saturation.hpp>
 #include <Saturation.hpp>
 
 #include <limits>
@@ -152,6 +152,20 @@ void expectValueFailures() {
   parameter->inputOuterValue.setValue(uint16{7});
   expectWrongValueType<uint8>([&] { typename Op::Frame().apply(parameter); });
   EXPECT_EQ(voxelsOf(output), std::vector<uint8>(18, 77));
+}
+
+/// A failing allocation surfaces before a voxel is written.
+template <class Op>
+void expectAllocationFailures() {
+  const RuntimeSettings settings;
+  const auto parameter = completeTransform<Op>();
+  const VolumePtr<uint8> output(parameter->outputVolume.value());
+  parameter->inputNumberOfThreads = 1;
+  typename Op::Frame frame;
+  const int failures = failEachAllocation([&] { frame.apply(parameter); },
+                                          [&] { EXPECT_EQ(voxelsOf(output), std::vector<uint8>(18, 77)); });
+  EXPECT_GT(failures, 3);
+  EXPECT_NE(voxelsOf(output), std::vector<uint8>(18, 77));
 }
 
 }  // namespace NORV::Tests

@@ -1,6 +1,5 @@
 #include "Geometry/CoordinateTransformFailures.hpp"
 #include "Geometry/CoordinateTransforms.hpp"
-#include "support/FailingAllocation.hpp"
 
 #include <CylinderToCartesianCoordinatesTransform.hpp>
 #include <DLL/CylinderToCartesianCoordinatesTransform.hpp>
@@ -52,6 +51,10 @@ TEST(CylinderToCartesianCoordinatesTransformFailure, ParameterObjectsAndVolumes)
 TEST(CylinderToCartesianCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(CylinderToCartesianCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {
   expectValueFailures<Op>();
+}
+TEST(CylinderToCartesianCoordinatesTransformFailure, AnyAllocationThatFailsSurfacesAndLosesNothing) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
+  expectAllocationFailures<Op>();
 }
 
 }  // namespace

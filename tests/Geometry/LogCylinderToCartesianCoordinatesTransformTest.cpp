@@ -1,6 +1,5 @@
 #include "Geometry/CoordinateTransformFailures.hpp"
 #include "Geometry/CoordinateTransforms.hpp"
-#include "support/FailingAllocation.hpp"
 
 #include <DLL/LogCylinderToCartesianCoordinatesTransform.hpp>
 #include <LogCylinderToCartesianCoordinatesTransform.hpp>
@@ -55,6 +54,10 @@ TEST(LogCylinderToCartesianCoordinatesTransformFailure, ParameterObjectsAndVolum
 TEST(LogCylinderToCartesianCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(LogCylinderToCartesianCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {
   expectValueFailures<Op>();
+}
+TEST(LogCylinderToCartesianCoordinatesTransformFailure, AnyAllocationThatFailsSurfacesAndLosesNothing) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
+  expectAllocationFailures<Op>();
 }
 
 }  // namespace

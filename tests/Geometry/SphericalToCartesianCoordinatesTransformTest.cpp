@@ -1,6 +1,5 @@
 #include "Geometry/CoordinateTransformFailures.hpp"
 #include "Geometry/CoordinateTransforms.hpp"
-#include "support/FailingAllocation.hpp"
 
 #include <DLL/SphericalToCartesianCoordinatesTransform.hpp>
 #include <SphericalToCartesianCoordinatesTransform.hpp>
@@ -54,6 +53,10 @@ TEST(SphericalToCartesianCoordinatesTransformFailure, ParameterObjectsAndVolumes
 TEST(SphericalToCartesianCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(SphericalToCartesianCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {
   expectValueFailures<Op>();
+}
+TEST(SphericalToCartesianCoordinatesTransformFailure, AnyAllocationThatFailsSurfacesAndLosesNothing) {
+  SKIP_UNLESS_ALLOCATIONS_CAN_FAIL();
+  expectAllocationFailures<Op>();
 }
 
 }  // namespace
