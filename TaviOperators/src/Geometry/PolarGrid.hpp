@@ -83,7 +83,8 @@ struct PositionRow {
   static constexpr SizeType capacity = 256;
   using Coordinates = std::array<float32, capacity>;
 
-  alignas(64) Coordinates x, y, z;
+  alignas(64) Coordinates x{}, y{}, z{};
+  bool isInSlice = false;  ///< all z are the same whole number
 };
 
 /// Which voxels of a row a position rule is asked for.

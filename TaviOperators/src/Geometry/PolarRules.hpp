@@ -4,6 +4,7 @@
 
 #include <Geometry/PolarGrid.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 #include <vector>
@@ -11,6 +12,11 @@
 /// The position rules of the transforms between Cartesian coordinates and polar grids: where in the source the voxels
 /// of a row of the output lie. All arithmetic is in single precision, each operation rounded once.
 namespace NORV::TaviOperators::Geometry {
+
+inline void placeInSlice(const RowPart& part, PositionRow& row) {
+  std::fill_n(row.z.data(), part.count, positionOf(part.z));
+  row.isInSlice = true;
+}
 
 /// Cartesian positions of a grid of radius, azimuth and height.
 class CylinderPositions {
@@ -22,13 +28,12 @@ public:
 
   void fill(const RowPart& part, PositionRow& row) const {
     const float32 cosine = _azimuths.cosines[part.y], sine = _azimuths.sines[part.y];
-    const float32 height = positionOf(part.z);
     const float32* const radii = _radii.data() + part.begin;
     for (SizeType i = 0; i < part.count; ++i) {
       row.x[i] = radii[i] * cosine + _center.prim;
       row.y[i] = radii[i] * sine + _center.sec;
-      row.z[i] = height;
     }
+    placeInSlice(part, row);
   }
 
 private:
@@ -115,7 +120,7 @@ public:
     } else {
       compute(part, row.x.data(), row.y.data());
     }
-    std::fill_n(row.z.data(), part.count, positionOf(part.z));
+    placeInSlice(part, row);
   }
 
 private:

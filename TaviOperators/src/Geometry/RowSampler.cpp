@@ -2,12 +2,14 @@
 #include <Impl/Loops/BitsView.hpp>
 #include <Impl/Loops/TransformVoxels.hpp>
 
+#include <Geometry/CellRow.hpp>
 #include <Geometry/RowSampler.hpp>
 #include <Geometry/Sampler.hpp>
 #include <Vectors/PlainConversion.hpp>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 namespace NORV::TaviOperators::Geometry {
 namespace {
@@ -31,6 +33,17 @@ struct Identity {
 }  // namespace
 
 template <class In>
+RowSampler<In>::RowSampler(const View<const In>& source, In outer) : _source(source),
+                                                                     _outer(outer) {
+  const auto isShort = [](SizeType extent) { return extent < SizeType{1} << 24; };
+  const auto [first, end] = source.addresses();
+  const auto fits = [](int64 stride) { return std::abs(stride) < int64{1} << 31; };
+  _isNarrow = isShort(source.dimPrim) && isShort(source.dimSec) && isShort(source.dimTert) &&
+              (end - first) / sizeof(In) < SizeType{1} << 31 && fits(source.stridePrim) && fits(source.strideSec) &&
+              fits(source.strideTert);
+}
+
+template <class In>
 void RowSampler<In>::nearest(const PositionRow& positions, SizeType count, In* values) const {
   const Sampler<In, float32> sampler(_source, _outer);
   for (SizeType i = 0; i < count; ++i) {
@@ -47,12 +60,51 @@ void RowSampler<In>::nearestWide(const PositionRow& positions, SizeType count, W
 
 template <class In>
 void RowSampler<In>::linear(const PositionRow& positions, SizeType count, float32* lanes) const {
+#ifdef TAVI_WIDE_VECTORS
+  if (_isNarrow) {
+    linearInVectors(positions, count, lanes);
+    return;
+  }
+#endif
   const Sampler<In, float32> sampler(_source, _outer);
   for (SizeType i = 0; i < count; ++i) {
     const float32 x = positions.x[i], y = positions.y[i], z = positions.z[i];
     lanes[i] = touches(_source, x, y, z) ? sampler.linear(x, y, z, Unrounded()) : static_cast<float32>(_outer);
   }
 }
+
+#ifdef TAVI_WIDE_VECTORS
+template <class In>
+void RowSampler<In>::linearInVectors(const PositionRow& positions, SizeType count, float32* lanes) const {
+  // Integers are finite, so in a slice the corners of the next one add zeros.
+  const bool isInSlice = std::is_integral_v<In> && positions.isInSlice;
+  const SizeType vectors = Impl::VectorLanes<float32>::count();
+  const SizeType whole = (count + vectors - 1) / vectors * vectors;  // the rest of the row holds positions as well
+  const CellRow cells(_source, positions, whole, isInSlice);
+  if (cells.isAllOutside) {
+    std::fill_n(lanes, count, static_cast<float32>(_outer));
+    return;
+  }
+  const auto run = [&](auto corners) {
+    corners.fetch(cells, positions, whole);
+    corners.blendAll(cells, whole, lanes);
+  };
+  if constexpr (std::is_integral_v<In>) {
+    if (isInSlice) {
+      run(CornerRows<In, true>(_source, _outer));
+    } else {
+      run(CornerRows<In, false>(_source, _outer));
+    }
+  } else {
+    run(CornerRows<In, false>(_source, _outer));
+  }
+  for (SizeType i = 0; !cells.isAllInside && i < count; ++i) {
+    if (cells.place(i) == Place::outside) {
+      lanes[i] = static_cast<float32>(_outer);
+    }
+  }
+}
+#endif
 
 template <class Lane, class Out>
 void storeLanes(const Lane* lanes, SizeType count, Out* to, int64 stride) {

@@ -20,6 +20,7 @@ using Impl::View;
 template <class T>
 using WideVoxel = std::conditional_t<std::is_integral_v<T>, int64, float64>;
 
+/// A value for each position of a row.
 template <class Lane>
 using LaneRow = std::array<Lane, PositionRow::capacity>;
 
@@ -28,18 +29,22 @@ using LaneRow = std::array<Lane, PositionRow::capacity>;
 template <class In>
 class RowSampler {
 public:
-  RowSampler(const View<const In>& source, In outer) : _source(source), _outer(outer) {}
+  RowSampler(const View<const In>& source, In outer);
 
   /// The voxels next to the positions, halves upwards.
   void nearest(const PositionRow& positions, SizeType count, In* values) const;
   /// The same in lanes that other voxel types can be stored from.
   void nearestWide(const PositionRow& positions, SizeType count, WideVoxel<In>* lanes) const;
-  /// The trilinear blends of the eight voxels around the positions, in single precision and not rounded.
+  /// The trilinear blends of the eight voxels around the positions, in single precision and not rounded. `lanes` is a
+  /// whole LaneRow.
   void linear(const PositionRow& positions, SizeType count, float32* lanes) const;
 
 private:
+  void linearInVectors(const PositionRow& positions, SizeType count, float32* lanes) const;
+
   View<const In> _source;
   In _outer;
+  bool _isNarrow;  ///< positions are exact in single precision, and offsets fit 32 bits
 };
 
 /// Writes voxels every `stride` voxels from `to` on, by plain conversion.
