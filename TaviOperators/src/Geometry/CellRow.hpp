@@ -11,14 +11,55 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <type_traits>
 
-/// Interpolation of whole rows in vectors, with the values of `Sampler::linear`: find the cells, fetch their corners
-/// voxel by voxel, blend them. Each step is a loop of its own, so that vector loads do not wait for narrow stores.
+/// Sampling of whole rows in vectors, with the values of `Sampler`. Interpolation finds the cells, fetches their
+/// corners voxel by voxel, and blends them; each step is a loop of its own, so that vector loads do not wait for narrow
+/// stores.
 namespace NORV::TaviOperators::Geometry {
 
 #ifdef TAVI_WIDE_VECTORS
 namespace hn = hwy::HWY_NAMESPACE;
+
+/// The voxels next to a row of positions, as offsets in a view. The conditions of `CellRow` hold.
+class NearestRow {
+  using L = Impl::VectorLanes<float32>;
+  using Whole = hn::Rebind<int32, L::Tag>;
+
+public:
+  static constexpr int32 none = std::numeric_limits<int32>::min();  ///< for positions outside
+  alignas(64) LaneRow<int32> offsets;
+
+  template <class In>
+  NearestRow(const View<const In>& view, const PositionRow& positions, SizeType count) {
+    const Axis x(view.dimPrim, view.stridePrim), y(view.dimSec, view.strideSec), z(view.dimTert, view.strideTert);
+    for (SizeType i = 0; i < count; i += L::count()) {
+      auto isInside = hn::FirstN(L::Tag(), L::count());
+      const auto inX = x.offset(positions.x.data() + i, isInside);
+      const auto inY = y.offset(positions.y.data() + i, isInside);
+      const auto inZ = z.offset(positions.z.data() + i, isInside);
+      const auto offset = hn::Add(inX, hn::Add(inY, inZ));
+      hn::Store(hn::IfThenElse(hn::RebindMask(Whole(), isInside), offset, hn::Set(Whole(), none)), Whole(),
+                offsets.data() + i);
+    }
+  }
+
+private:
+  struct Axis {
+    float32 last;
+    int32 stride;
+
+    Axis(SizeType dim, int64 step) : last(positionOf(dim) - 1.0f), stride(static_cast<int32>(step)) {}
+
+    auto offset(const float32* positions, hn::Mask<L::Tag>& isInside) const {
+      const auto index = hn::Floor(hn::Add(hn::Load(L::Tag(), positions), L::set(0.5f)));
+      const auto isIndex = hn::And(hn::Ge(index, L::set(0.0f)), hn::Le(index, L::set(last)));
+      isInside = hn::And(isInside, isIndex);
+      return hn::Mul(hn::ConvertTo(Whole(), hn::IfThenElseZero(isIndex, index)), hn::Set(Whole(), stride));
+    }
+  };
+};
 
 /// Where cells lie in a view: all corners inside, some, or none.
 enum class Place : int32 { inside, border, outside };

@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
+#include <type_traits>
 
 namespace NORV::TaviOperators::Geometry {
 namespace {
@@ -22,6 +24,14 @@ bool touches(const View<const In>& view, float32 x, float32 y, float32 z) {
   };
   return reaches(x, view.dimPrim) && reaches(y, view.dimSec) && reaches(z, view.dimTert);
 }
+
+#ifdef TAVI_WIDE_VECTORS
+/// As many positions as fill vectors: what follows in a row are positions as well, and lanes for them.
+SizeType wholeVectors(SizeType count) {
+  const SizeType vector = Impl::VectorLanes<float32>::count();
+  return (count + vector - 1) / vector * vector;
+}
+#endif
 
 struct Identity {
   template <class T>
@@ -45,6 +55,16 @@ RowSampler<In>::RowSampler(const View<const In>& source, In outer) : _source(sou
 
 template <class In>
 void RowSampler<In>::nearest(const PositionRow& positions, SizeType count, In* values) const {
+#ifdef TAVI_WIDE_VECTORS
+  if (_isNarrow) {
+    const NearestRow voxels(_source, positions, wholeVectors(count));
+    for (SizeType i = 0; i < count; ++i) {
+      const int32 offset = voxels.offsets[i];
+      values[i] = *(offset == NearestRow::none ? &_outer : _source.data + offset);
+    }
+    return;
+  }
+#endif
   const Sampler<In, float32> sampler(_source, _outer);
   for (SizeType i = 0; i < count; ++i) {
     values[i] = sampler.nearest(positions.x[i], positions.y[i], positions.z[i]);
@@ -69,7 +89,8 @@ void RowSampler<In>::linear(const PositionRow& positions, SizeType count, float3
   const Sampler<In, float32> sampler(_source, _outer);
   for (SizeType i = 0; i < count; ++i) {
     const float32 x = positions.x[i], y = positions.y[i], z = positions.z[i];
-    lanes[i] = touches(_source, x, y, z) ? sampler.linear(x, y, z, Unrounded()) : static_cast<float32>(_outer);
+    lanes[i] = _source.size() != 0 && touches(_source, x, y, z) ? sampler.linear(x, y, z, Unrounded())
+                                                                : static_cast<float32>(_outer);
   }
 }
 
@@ -78,10 +99,9 @@ template <class In>
 void RowSampler<In>::linearInVectors(const PositionRow& positions, SizeType count, float32* lanes) const {
   // Integers are finite, so in a slice the corners of the next one add zeros.
   const bool isInSlice = std::is_integral_v<In> && positions.isInSlice;
-  const SizeType vectors = Impl::VectorLanes<float32>::count();
-  const SizeType whole = (count + vectors - 1) / vectors * vectors;  // the rest of the row holds positions as well
+  const SizeType whole = wholeVectors(count);
   const CellRow cells(_source, positions, whole, isInSlice);
-  if (cells.isAllOutside) {
+  if (cells.isAllOutside || _source.size() == 0) {
     std::fill_n(lanes, count, static_cast<float32>(_outer));
     return;
   }
@@ -108,6 +128,10 @@ void RowSampler<In>::linearInVectors(const PositionRow& positions, SizeType coun
 
 template <class Lane, class Out>
 void storeLanes(const Lane* lanes, SizeType count, Out* to, int64 stride) {
+  if (std::is_same_v<Lane, Out> && stride == 1) {
+    std::memcpy(to, lanes, count * sizeof(Out));
+    return;
+  }
   for (SizeType i = 0; i < count; ++i) {
     to[static_cast<int64>(i) * stride] = Impl::convertPlainly<Out>(lanes[i]);
   }
@@ -115,12 +139,18 @@ void storeLanes(const Lane* lanes, SizeType count, Out* to, int64 stride) {
 
 template <class Out>
 void storeBlends(const float32* blends, SizeType count, Out* to, int64 stride) {
-  for (SizeType i = 0; i < count; ++i) {
-    if constexpr (std::is_integral_v<Out>) {
-      to[static_cast<int64>(i) * stride] = Impl::convertPlainly<Out>(HalfUp()(blends[i]));
+  if constexpr (std::is_integral_v<Out>) {
+    LaneRow<float32> rounded;
+    std::transform(blends, blends + count, rounded.begin(), HalfUp());
+    if constexpr (sizeof(Out) <= 2) {
+      LaneRow<Impl::BitsOf<Out>> voxels;
+      Impl::convertRowPlainly(rounded.data(), voxels.data(), count);
+      storeLanes(reinterpret_cast<const Out*>(voxels.data()), count, to, stride);
     } else {
-      to[static_cast<int64>(i) * stride] = blends[i];
+      storeLanes(rounded.data(), count, to, stride);
     }
+  } else {
+    storeLanes(blends, count, to, stride);
   }
 }
 
