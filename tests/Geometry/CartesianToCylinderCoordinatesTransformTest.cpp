@@ -45,6 +45,7 @@ TEST(CartesianToCylinderCoordinatesTransform, TheOutputMayShareMemoryWithTheInpu
 TEST(CartesianToCylinderCoordinatesTransform, StepsOfProgressAreSlicesAndAnAbortSkipsThem) {
   expectProgressAndAbort<Op>();
 }
+TEST(CartesianToCylinderCoordinatesTransform, RowsBeyondSinglePrecision) { expectLongRowsStated<Op>(); }
 TEST(CartesianToCylinderCoordinatesTransformFailure, ParameterObjectsAndVolumes) { expectParameterFailures<Op>(); }
 TEST(CartesianToCylinderCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(CartesianToCylinderCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {

@@ -48,6 +48,7 @@ TEST(CartesianToLogCylinderCoordinatesTransform, TheOutputMayShareMemoryWithTheI
 TEST(CartesianToLogCylinderCoordinatesTransform, StepsOfProgressAreSlicesAndAnAbortSkipsThem) {
   expectProgressAndAbort<Op>();
 }
+TEST(CartesianToLogCylinderCoordinatesTransform, RowsBeyondSinglePrecision) { expectLongRowsStated<Op>(); }
 TEST(CartesianToLogCylinderCoordinatesTransformFailure, ParameterObjectsAndVolumes) { expectParameterFailures<Op>(); }
 TEST(CartesianToLogCylinderCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(CartesianToLogCylinderCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {
@@ -104,6 +105,18 @@ TEST(CartesianToLogCylinderCoordinatesTransformFailure, ADefaultOutputForDistanc
         [&] { Op::Frame().apply(parameter); },
         "NORV::Tavi::Dimension< NORV::uint64 >::size current size exceeds to boundarys of NORV::uint64");
   }
+}
+
+/// Volumes of different voxel types over the same memory.
+TEST(CartesianToLogCylinderCoordinatesTransform, AnOutputOfAnotherTypeMayShareMemoryWithTheInput) {
+  const Setting setting{{2.75f, 3.1f, 1.9f}, 0.5f, 4.25f, true};
+  std::vector<float32> memory = moderateValues<float32>(300);
+  const StatedSource<float32> source{{memory.begin() + 20, memory.begin() + 230}, {7, 6, 5}, -2.0f};
+  const VolumePtr<float32> input(new Volume<float32>(Dimension<SizeType>(7, 6, 5), memory.data() + 20, {}));
+  const VolumePtr<int16> output(
+      new Volume<int16>(Dimension<SizeType>(5, 9, 4), reinterpret_cast<int16*>(memory.data()), {}));
+  Op::Frame().apply(transformRequest<Op>(input, setting, -2.0f, output));
+  expectSameNumbers(voxelsOf(output), statedTransform<Op, float32, int16>(setting, source, {5, 9, 4}));
 }
 
 }  // namespace

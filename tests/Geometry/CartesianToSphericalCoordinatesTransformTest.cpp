@@ -49,6 +49,7 @@ TEST(CartesianToSphericalCoordinatesTransform, TheOutputMayShareMemoryWithTheInp
 TEST(CartesianToSphericalCoordinatesTransform, StepsOfProgressAreSlicesAndAnAbortSkipsThem) {
   expectProgressAndAbort<Op>();
 }
+TEST(CartesianToSphericalCoordinatesTransform, RowsBeyondSinglePrecision) { expectLongRowsStated<Op>(); }
 TEST(CartesianToSphericalCoordinatesTransformFailure, ParameterObjectsAndVolumes) { expectParameterFailures<Op>(); }
 TEST(CartesianToSphericalCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(CartesianToSphericalCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {

@@ -9,6 +9,7 @@
 #include <Tavi/Dimension.hpp>
 #include <Tavi/Triple.hpp>
 
+#include <array>
 #include <atomic>
 #include <limits>
 #include <string>
@@ -233,6 +234,32 @@ void expectSharedMemoryStated() {
       const VolumePtr<uint16> output(new Volume<uint16>(Dimension<SizeType>(5, 9, 4), memory.data() + shift, {}));
       typename Op::Frame().apply(transformRequest<Op>(input, setting, uint16{300}, output));
       expectSameNumbers(voxelsOf(output), statedTransform<Op, uint16, uint16>(setting, source, {5, 9, 4}));
+    }
+  }
+}
+
+/// Rows whose indices single precision does not hold, along each axis of the input.
+template <class Op>
+void expectLongRowsStated() {
+  constexpr SizeType length = (SizeType{1} << 24) + 9;
+  const VolumePtr<uint8> input(new Volume<uint8>(Dimension<SizeType>(length, 1, 1)));
+  for (SizeType i = 0; i < length; ++i) {
+    input->getData()[i] = static_cast<uint8>(i * 37 % 101);
+  }
+  const TestVolume<uint8> output({5, 4, 3});
+  const std::vector<uint8> voxels(input->getData(), input->getData() + length);
+  for (const int axis : {0, 1, 2}) {
+    const std::array<uint8, 3> codes[]{{0, 2, 4}, {2, 0, 4}, {4, 2, 0}};
+    input->setOrientation(Tavi::Orientation(codes[axis][0], codes[axis][1], codes[axis][2]));
+    Extents extents{1, 1, 1};
+    extents[static_cast<std::size_t>(axis)] = length;
+    for (const bool isLinear : {true, false}) {
+      const float32 far = 16777208.0f;
+      const Setting setting{
+          {axis == 0 ? far : 0.25f, axis == 1 ? far : 0.25f, axis == 2 ? far : 0.25f}, 0.0f, 9.0f, isLinear};
+      typename Op::Frame().apply(transformRequest<Op>(input, setting, uint8{200}, output));
+      const StatedSource<uint8> source{voxels, extents, 200};
+      expectSameNumbers(output.voxels(), statedTransform<Op, uint8, uint8>(setting, source, {5, 4, 3}));
     }
   }
 }

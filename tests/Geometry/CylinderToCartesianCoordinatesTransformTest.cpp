@@ -47,6 +47,7 @@ TEST(CylinderToCartesianCoordinatesTransform, TheOutputMayShareMemoryWithTheInpu
 TEST(CylinderToCartesianCoordinatesTransform, StepsOfProgressAreSlicesAndAnAbortSkipsThem) {
   expectProgressAndAbort<Op>();
 }
+TEST(CylinderToCartesianCoordinatesTransform, RowsBeyondSinglePrecision) { expectLongRowsStated<Op>(); }
 TEST(CylinderToCartesianCoordinatesTransformFailure, ParameterObjectsAndVolumes) { expectParameterFailures<Op>(); }
 TEST(CylinderToCartesianCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(CylinderToCartesianCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {

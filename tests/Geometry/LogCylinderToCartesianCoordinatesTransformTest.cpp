@@ -50,6 +50,7 @@ TEST(LogCylinderToCartesianCoordinatesTransform, TheOutputMayShareMemoryWithTheI
 TEST(LogCylinderToCartesianCoordinatesTransform, StepsOfProgressAreSlicesAndAnAbortSkipsThem) {
   expectProgressAndAbort<Op>();
 }
+TEST(LogCylinderToCartesianCoordinatesTransform, RowsBeyondSinglePrecision) { expectLongRowsStated<Op>(); }
 TEST(LogCylinderToCartesianCoordinatesTransformFailure, ParameterObjectsAndVolumes) { expectParameterFailures<Op>(); }
 TEST(LogCylinderToCartesianCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(LogCylinderToCartesianCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {

@@ -49,6 +49,7 @@ TEST(SphericalToCartesianCoordinatesTransform, TheOutputMayShareMemoryWithTheInp
 TEST(SphericalToCartesianCoordinatesTransform, StepsOfProgressAreSlicesAndAnAbortSkipsThem) {
   expectProgressAndAbort<Op>();
 }
+TEST(SphericalToCartesianCoordinatesTransform, RowsBeyondSinglePrecision) { expectLongRowsStated<Op>(); }
 TEST(SphericalToCartesianCoordinatesTransformFailure, ParameterObjectsAndVolumes) { expectParameterFailures<Op>(); }
 TEST(SphericalToCartesianCoordinatesTransformFailure, VolumesWithoutAnInstance) { expectMissingInstances<Op>(); }
 TEST(SphericalToCartesianCoordinatesTransformFailure, DistancesInTheWrongOrderAndOuterValues) {

@@ -141,15 +141,16 @@ public:
   CornerRows(const View<const In>& view, In outer) : _view(view), _outer(outer) {}
 
   void fetch(const CellRow& cells, const PositionRow& positions, SizeType count) {
-    if (cells.isAllInside && _view.hasDenseRows()) {
+    const View<const In> view = _view;  // which no store into the rows can change
+    if (cells.isAllInside && view.hasDenseRows()) {
       for (SizeType i = 0; i < count; ++i) {
-        fetchInside<true>(i, cells.offsets[i]);
+        fetchInside<true>(view, i, cells.offsets[i]);
       }
       return;
     }
     for (SizeType i = 0; i < count; ++i) {
       if (cells.place(i) == Place::inside) {
-        fetchInside<false>(i, cells.offsets[i]);
+        fetchInside<false>(view, i, cells.offsets[i]);
       } else if (cells.place(i) == Place::border) {
         fetchBorder(i, indexOf(positions.x[i]), indexOf(positions.y[i]), indexOf(positions.z[i]));
       } else {
@@ -178,23 +179,24 @@ private:
   static int64 indexOf(float32 position) { return static_cast<int64>(std::floor(position)); }
 
   template <bool isDense>
-  void fetchInside(SizeType i, int32 offset) {
-    const In* const at = _view.data + offset;
-    fetchPair<isDense>(at, _rows[0].data() + 2 * i);
-    fetchPair<isDense>(at + _view.strideSec, _rows[1].data() + 2 * i);
+  void fetchInside(const View<const In>& view, SizeType i, int32 offset) {
+    const In* const at = view.data + offset;
+    const int64 prim = isDense ? 1 : view.stridePrim;
+    fetchPair<isDense>(at, prim, _rows[0].data() + 2 * i);
+    fetchPair<isDense>(at + view.strideSec, prim, _rows[1].data() + 2 * i);
     if constexpr (!isInSlice) {
-      fetchPair<isDense>(at + _view.strideTert, _rows[2].data() + 2 * i);
-      fetchPair<isDense>(at + _view.strideSec + _view.strideTert, _rows[3].data() + 2 * i);
+      fetchPair<isDense>(at + view.strideTert, prim, _rows[2].data() + 2 * i);
+      fetchPair<isDense>(at + view.strideSec + view.strideTert, prim, _rows[3].data() + 2 * i);
     }
   }
 
   template <bool isDense>
-  void fetchPair(const In* at, Stored* pair) const {
+  static void fetchPair(const In* at, int64 stride, Stored* pair) {
     if constexpr (isDense && std::is_same_v<In, Stored>) {
       std::memcpy(pair, at, 2 * sizeof(In));
     } else {
       pair[0] = static_cast<Stored>(at[0]);
-      pair[1] = static_cast<Stored>(at[isDense ? 1 : _view.stridePrim]);
+      pair[1] = static_cast<Stored>(at[stride]);
     }
   }
 
