@@ -52,7 +52,7 @@ private:
 
     Axis(SizeType dim, int64 step) : last(positionOf(dim) - 1.0f), stride(static_cast<int32>(step)) {}
 
-    auto offset(const float32* positions, hn::Mask<L::Tag>& isInside) const {
+    hn::Vec<Whole> offset(const float32* positions, hn::Mask<L::Tag>& isInside) const {
       const auto index = hn::Floor(hn::Add(hn::Load(L::Tag(), positions), L::set(0.5f)));
       const auto isIndex = hn::And(hn::Ge(index, L::set(0.0f)), hn::Le(index, L::set(last)));
       isInside = hn::And(isInside, isIndex);
@@ -101,7 +101,7 @@ private:
   using Whole = hn::Rebind<int32, L::Tag>;
   using Mask = hn::Mask<L::Tag>;
 
-  static auto set(Place place) { return hn::Set(Whole(), static_cast<int32>(place)); }
+  static hn::Vec<Whole> set(Place place) { return hn::Set(Whole(), static_cast<int32>(place)); }
 
   /// What one axis contributes.
   struct Part {
