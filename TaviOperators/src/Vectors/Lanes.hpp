@@ -61,6 +61,18 @@ struct OneLane {
 #ifdef TAVI_USE_HIGHWAY
 namespace hn = hwy::HWY_NAMESPACE;
 
+/// The low bits of 32-bit lanes. Bytes are reached by a conversion that saturates: on processors with AVX3_DL,
+/// `TruncateTo` of Highway 1.0 picks the wrong bytes.
+template <class Tag, class V>
+auto lowBits(Tag out, V bits) {
+  if constexpr (sizeof(hn::TFromD<Tag>) == 1) {
+    const hn::Rebind<uint32, Tag> wide;
+    return hn::DemoteTo(out, hn::BitCast(hn::Rebind<int32, Tag>(), hn::And(bits, hn::Set(wide, 0xFF))));
+  } else {
+    return hn::TruncateTo(out, bits);
+  }
+}
+
 template <class R>
 struct VectorLanes {
   using Tag = hn::ScalableTag<R>;

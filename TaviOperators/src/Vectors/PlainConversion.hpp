@@ -2,11 +2,12 @@
 
 #include <Tavi/Types.hpp>
 
+#include <Vectors/Lanes.hpp>
+
 #include <limits>
 #include <type_traits>
 
 #ifdef TAVI_USE_HIGHWAY
-#include <hwy/highway.h>
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 #define TAVI_VECTOR_TRUNCATION  // emulated, it would take numbers next to the lowest integer for that one
 #endif
@@ -60,9 +61,9 @@ void convertRowPlainly(const In* input, Out* output, SizeType count) {
     auto x = hn::LoadU(real, input + done);
     x = hn::IfThenElse(hn::And(hn::Gt(x, lowest), hn::Lt(x, hn::Neg(lowest))), x, lowest);
     if constexpr (sizeof(In) == 4) {
-      hn::StoreU(hn::TruncateTo(out, hn::BitCast(bits, hn::ConvertTo(whole, x))), out, output + done);
+      hn::StoreU(lowBits(out, hn::BitCast(bits, hn::ConvertTo(whole, x))), out, output + done);
     } else {
-      hn::StoreU(hn::TruncateTo(out, hn::BitCast(bits, hn::DemoteTo(whole, x))), out, output + done);
+      hn::StoreU(lowBits(out, hn::BitCast(bits, hn::DemoteTo(whole, x))), out, output + done);
     }
   }
 #endif

@@ -140,7 +140,7 @@ private:
     const SizeType vectors = count - count % step;
     for (SizeType done = 0; done < vectors; done += step) {
       const auto y = hn::Combine(whole, mapped(input + done + Lanes::count()), mapped(input + done));
-      hn::StoreU(hn::TruncateTo(out, hn::BitCast(bits, y)), out, output + done);
+      hn::StoreU(lowBits(out, hn::BitCast(bits, y)), out, output + done);
     }
     return vectors;
   }

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <CoordinatesTransformParameter.hpp>
+
+/// Unrolls a volume around a point into radius, azimuth and polar angle.
+///
+/// The output's x axis is the radius, its y axis the azimuth, its z axis the polar angle. Radius i is i (maximum -
+/// minimum) / (nx - 1) + minimum, or i + minimum for a range below 1e-6; azimuth j is j 2 pi / ny; polar angle k is
+/// k pi / nz, so the last one falls short of the pole.
+///
+/// An output that is not given has ceil(maximum - minimum) + 1 radii, 360 azimuths and 181 polar angles.
+///
+/// - Border: every voxel is written. Interpolation blends into inputOuterValue at the edges of the input; positions
+///   further out, and those that are infinite or not a number, take it.
+/// - NaN: a voxel that is not a number makes each result so that it takes part in.
+/// - Failures: InvalidParameterObjectException without inputVolume; InvalidArg if the minimum exceeds the maximum
+///   distance, or if they are not finite and an output has to be made; NULLPointer without inputOuterValue, BadCast
+///   for one of another voxel type.
+/// - Memory: a few numbers for each radius, azimuth and polar angle; a copy of the input if it overlaps the output.
+/// - Threads: parallel over slices; the result does not depend on the number of threads. A step of progress per
+///   slice of the output.
+/// - Cost: one sample of the input per voxel; sines and cosines once per angle. All positions are in single
+///   precision.
+namespace NORV::TaviOperators::CartesianToSphericalCoordinatesTransform {
+
+/// One run.
+class Parameter final : public CoordinatesTransformParameter<Parameter> {
+public:
+  Parameter()
+      : CoordinatesTransformParameter(
+            "Cartesian volume", "centre, relative to the region of interest",
+            {Takes::volume, optional, "target of the same voxel type, whose extents are the grid; made if absent"}) {}
+  std::string getType() const override {
+    return "NORV::TaviOperators::CartesianToSphericalCoordinatesTransform::Parameter";
+  }
+};
+
+}  // namespace NORV::TaviOperators::CartesianToSphericalCoordinatesTransform
