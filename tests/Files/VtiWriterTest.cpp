@@ -105,6 +105,8 @@ TEST_F(VtiWriter, WritesTheBytesOfASmallVolume) {
 
 TEST_F(VtiWriter, WritesEveryKindOfViewByteForByte) {
   const NoFileLeftOpen check;
+  const RuntimeSettings settings;
+  omp_set_num_threads(1);
   forEachVoxelType([this]<class T>() {
     for (const Layout& layout : allLayouts()) {
       const testing::ScopedTrace trace(__FILE__, __LINE__, layout.name());
@@ -119,6 +121,8 @@ TEST_F(VtiWriter, WritesEveryKindOfViewByteForByte) {
 }
 
 TEST_F(VtiWriter, WritesViewsOfSingleRowsColumnsAndSlices) {
+  const RuntimeSettings settings;
+  omp_set_num_threads(1);
   for (const Extents& extents : {Extents{1, 1, 1}, Extents{9, 1, 1}, Extents{1, 9, 1}, Extents{1, 1, 9},
                                  Extents{1, 5, 4}, Extents{5, 1, 4}, Extents{5, 4, 1}}) {
     for (const Layout& layout : allLayouts()) {
