@@ -12,7 +12,7 @@
 /// - Failures: InvalidParameterObjectException for a file name that is none and for a file or an output volume of
 ///   another voxel type; FileOpen and FileRead; BadFile for a file that is no VTI file or one of a kind that is not
 ///   supported; InvalidData for base64 that is none, does not fill the volume or holds a corrupt block. An output
-///   volume is untouched until all has been checked but the numbers, the blocks and the memory for it.
+///   volume is untouched until all has been checked but what is inside of compressed blocks.
 /// - Memory: the file; for compressed voxels also a compressed block for each thread, and a decompressed one where
 ///   blocks do not lie in the view as one piece. What a file cannot hold is refused before memory is asked for.
 /// - Threads: blocks are decompressed in parallel, all else is serial. Progress counts pieces of the file, then voxels,

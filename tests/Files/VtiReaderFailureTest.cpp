@@ -292,8 +292,10 @@ TEST_F(VtiReaderFailure, BlocksThatDoNotInflateToTheirSize) {
   for (std::size_t i = 0; i < block.size(); ++i) {
     std::string wrong = block;
     wrong[i] = static_cast<char>(wrong[i] ^ 0x20);
-    if (i != 1) {
-      expectCorrupt(wrong);
+    uLongf length = 8;
+    Bytef bytes[8];
+    if (uncompress(bytes, &length, reinterpret_cast<const Bytef*>(wrong.data()), wrong.size()) != Z_OK) {
+      expectCorrupt(wrong);  // all but the bits that fill the last byte before the checksum
     }
   }
   expectCorrupt("");
@@ -307,10 +309,9 @@ TEST_F(VtiReaderFailure, NumbersThatAreNone) {
   for (const std::string text :
        {"1", "1 2 3 4 5 6 7", "1 2 3 4 5 6 7 x", "1 2 3 4 5 6 7 256", "1 2 3 4 5 6 7 -1", "1 2 3 4 5 6 7 +-1",
         "1,2,3,4,5,6,7,8", "12345678", "0x1 2 3 4 5 6 7 8", "1 2 3 4 5 6 7 99999999999999999999", "a b c d e f g h"}) {
-    const TestVolume<uint8> output({2, 2, 2});
-    expectFailure<Exceptions::BadFile>(
-        [&] { reader->apply(readRequest(write(VtiDocumentText().inArray("ascii", text).text()), output)); },
-        "DataArray content is invalid", "VtiReader");
+    expectBad(VtiDocumentText().inArray("ascii", text), "DataArray content is invalid");
+    expectFailure<Exceptions::BadFile>([&] { reader->apply(readRequest(folder / "volume.vti")); },
+                                       "DataArray content is invalid", "VtiReader");
   }
   for (const std::string text : {"1 2 3 4 5 6 7 1e39", "1 2 3 4 5 6 7 -1e400", "1 2 3 4 5 6 7 .", "1 2 3 4 5 6 7 e1"}) {
     const std::string file = write(replaced(VtiDocumentText().inArray("ascii", text).text(), "UInt8", "Float32"));
@@ -323,7 +324,7 @@ TEST_F(VtiReaderFailure, NumbersThatAreNone) {
 TEST_F(VtiReaderFailure, HugeExtentsFailBeforeMemoryIsAskedFor) {
   VtiDocumentText document;
   const auto expectRefusedAs = [&](const auto& expect) {
-    for (const Extents& extents : {Extents{1u << 20, 1u << 20, 1}, Extents{1u << 20, 1u << 20, 1u << 20},
+    for (const Extents& extents : {Extents{1u << 20, 1u << 20, 1}, Extents{1u << 20, 1u << 20, 1u << 19},
                                    Extents{2147483648u, 1, 1}, Extents{1, 1, 1152921504606846975u}}) {
       expect(document.extents(extents));
     }

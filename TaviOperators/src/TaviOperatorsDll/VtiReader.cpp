@@ -76,6 +76,16 @@ public:
     requireNumber(_text.size / 2 + _text.size % 2 >= voxels);
   }
 
+  /// Reads all numbers, so that a volume of the host is not touched where one of them is none.
+  template <class T>
+  void check(SizeType voxels) const {
+    Impl::NumberReader numbers(_text.data, _text.data + _text.size);
+    T ignored{};
+    for (SizeType i = 0; i < voxels; ++i) {
+      requireNumber(numbers.read(ignored));
+    }
+  }
+
   template <class T>
   void decode(OperatorBase& self, const Impl::View<T>& view) const {
     Impl::VtiProgress progress(self, view.dimTert, 2 * view.dimTert);
@@ -138,6 +148,9 @@ private:
       return decodeBase64(text.withoutSpace(), image, given);
     }
     const AsciiPayload payload(text, image.extents.size());
+    if (given != nullptr) {
+      payload.check<T>(image.extents.size());
+    }
     const auto output = outputFor(given, image);
     payload.decode(*this, Impl::viewOf(*output));
     return output;
