@@ -9,7 +9,6 @@
 #include <Files/Vti/VtiFile.hpp>
 #include <Files/Vti/VtiImage.hpp>
 
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -21,7 +20,7 @@ constexpr const char* source = "VtiReader";
 constexpr Impl::VtiImageReader reader{source};
 
 /// The whole file, unless the run is aborted.
-std::unique_ptr<char[]> readFile(OperatorBase& self, const std::string& name, SizeType& size) {
+Impl::FileBytes readFile(OperatorBase& self, const std::string& name, SizeType& size) {
   constexpr SizeType pieces = 100, steps = 300;
   const Impl::FileHandle file = Impl::openFile(name, "rb");
   if (file == nullptr) {
@@ -29,9 +28,9 @@ std::unique_ptr<char[]> readFile(OperatorBase& self, const std::string& name, Si
   }
   size = Impl::sizeOf(file.get());
   std::setvbuf(file.get(), nullptr, _IONBF, 0);
-  std::unique_ptr<char[]> bytes(new char[size + 1]);
+  auto bytes = Tavi::Allocator::SingleBlockAllocator::allocate<char>(Dimension<SizeType>(size + 1, 1, 1));
   const auto read = [&](SizeType begin, SizeType count) {
-    if (std::fread(bytes.get() + begin, 1, count, file.get()) != count) {
+    if (std::fread(bytes.getData() + begin, 1, count, file.get()) != count) {
       throw Exceptions::FileRead(source, name);
     }
   };
@@ -41,7 +40,7 @@ std::unique_ptr<char[]> readFile(OperatorBase& self, const std::string& name, Si
     const SizeType piece = size / pieces;
     for (SizeType i = 0; i < pieces; ++i, done += piece) {
       if (self.isAborted()) {
-        return nullptr;
+        return {};
       }
       read(done, piece);
       self.advance();
@@ -118,7 +117,7 @@ public:
     const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
     SizeType size = 0;
     auto bytes = readFile(*this, Impl::requireFileName(names, parameter->inputFilename.value()), size);
-    if (bytes == nullptr) {
+    if (bytes.getData() == nullptr) {
       return;
     }
     Impl::VtiDocument document(std::move(bytes), size);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Tavi/Allocators.hpp>
 #include <Tavi/Types.hpp>
 #include <pugixml.hpp>
 
@@ -7,7 +8,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
@@ -15,6 +15,10 @@
 #include <vector>
 
 namespace NORV::TaviOperators::Impl {
+
+/// The content of a file, in memory of the kind that volumes have: the first touch of small pages takes longer than
+/// reading the file.
+using FileBytes = Tavi::Allocator::Block<char>;
 
 /// The text of an element. The characters from `plainBegin` to `plainEnd` are known to be of the base64 alphabet.
 struct VtiText {
@@ -50,7 +54,7 @@ inline bool isParsed(const pugi::xml_parse_result& result) {
 class VtiDocument {
 public:
   /// The bytes of the whole file.
-  VtiDocument(std::unique_ptr<char[]> bytes, SizeType size) : _bytes(std::move(bytes)), _size(size) { cutLongTexts(); }
+  VtiDocument(FileBytes bytes, SizeType size) : _bytes(std::move(bytes)), _size(size) { cutLongTexts(); }
 
   /// False for what is no XML document.
   bool parse() {
@@ -62,7 +66,7 @@ public:
       // The parser has converted another encoding into memory of its own, where marks cannot be found.
     }
     _cuts.clear();
-    return parseInPlace(_bytes.get(), _size);
+    return parseInPlace(_bytes.getData(), _size);
   }
 
   const pugi::xml_document& xml() const { return _document; }
@@ -114,8 +118,8 @@ private:
   }
 
   void cutLongTexts() {
-    const char* const end = _bytes.get() + _size;
-    const char* kept = _bytes.get();  // all before it is in the short copy
+    const char* const end = _bytes.getData() + _size;
+    const char* kept = _bytes.getData();  // all before it is in the short copy
     const char* next = kept;
     const auto find = [end](const char* from, char c) {
       return static_cast<const char*>(std::memchr(from, c, static_cast<std::size_t>(end - from)));
@@ -140,7 +144,7 @@ private:
     }
   }
 
-  std::unique_ptr<char[]> _bytes;
+  FileBytes _bytes;
   SizeType _size;
   std::string _short;
   std::vector<Cut> _cuts;
