@@ -298,7 +298,9 @@ protected:
   }
   std::string write(const std::vector<TiffPage>& pages) const { return write(layOut(pages)); }
 
-  const TemporaryDirectory folder;
+  // In memory where the system has a folder for that: some tests make thousands of files.
+  const TemporaryDirectory folder{std::filesystem::is_directory("/dev/shm") ? "/dev/shm"
+                                                                            : std::filesystem::temp_directory_path()};
 };
 
 inline constexpr const char* noVolume = "Images of TIFF file cannot be combined to a volume!";

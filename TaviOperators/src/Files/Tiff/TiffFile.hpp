@@ -99,7 +99,11 @@ private:
 
   tmsize_t readHere(char* bytes, tmsize_t asked) {
     const SizeType count = asked > 0 ? static_cast<SizeType>(asked) : 0;
-    if (count > _readable || !isReachable(count)) {
+    if (!isReachable(count)) {
+      return -1;
+    }
+    if (count > _readable) {
+      _readable = 0;  // libtiff goes on without what it cannot read; nothing more is read
       return -1;
     }
     _readable -= count;
