@@ -55,7 +55,7 @@ inline bool areSlicesOfOneVolume(const TiffImageInformation& a, const TiffImageI
          a.samplesPerPixel.value() == b.samplesPerPixel.value();
 }
 
-/// How many bytes of an image at most come out of one byte of the file.
+/// How many bytes of an image at most come out of one byte of the file; a generous bound where a codec has none.
 inline SizeType largestExpansion(uint16 compression) {
   switch (compression) {
     case COMPRESSION_NONE:
