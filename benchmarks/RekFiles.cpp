@@ -1,16 +1,29 @@
 // Reading and writing REK files, each beside the same calls of the C library per slice in a program of its own. The
-// counter extra_KiB is the peak of resident memory beyond the voxels.
+// counter extra_KiB is the peak of resident memory beyond the voxels. The compressed forms compete with zlib and the
+// LZ4 library, called directly on the same bytes, in the same run.
 //
 // TAVI_BENCHMARK_MIB sets one size for all, TAVI_BENCHMARK_DIR the folder for the files.
 
+#include "Contest.hpp"
+
+#include <DLL/RekGzReader.hpp>
+#include <DLL/RekGzWriter.hpp>
+#include <DLL/RekLz4Reader.hpp>
+#include <DLL/RekLz4Writer.hpp>
 #include <DLL/RekReader.hpp>
 #include <DLL/RekWriter.hpp>
+#include <RekGzReader.hpp>
+#include <RekGzWriter.hpp>
+#include <RekLz4Reader.hpp>
+#include <RekLz4Writer.hpp>
 #include <RekReader.hpp>
 #include <RekWriter.hpp>
 #include <Tavi/Volume.hpp>
 
 #include <benchmark/benchmark.h>
+#include <lz4frame.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -213,6 +226,136 @@ void sizes(benchmark::internal::Benchmark* benchmark) {
   }
 }
 
+/// Runs an operator that has a file name and a volume.
+template <class Frame, class Parameter>
+SmartPointer<Parameter> runOn(const std::string& name, const char* key, const SmartPointer<IVolume>& volume) {
+  const SmartPointer<Parameter> parameter(new Parameter);
+  parameter->inputFilename = name;
+  parameter->setValue(key, SmartPointer<IComposite>(volume));
+  Frame().apply(parameter);
+  return parameter;
+}
+
+/// Something round with noise on it, which codecs treat as they do a scan.
+VolumePtr<uint16> scannedVolume(SizeType slices) {
+  const VolumePtr<uint16> volume(new Volume<uint16>(Dimension<SizeType>(width, height, slices)));
+  uint32 noise = 1;
+  uint16* voxel = volume->getData();
+  for (SizeType z = 0; z < slices; ++z) {
+    for (SizeType y = 0; y < height; ++y) {
+      for (SizeType x = 0; x < width; ++x) {
+        noise = noise * 1664525u + 1013904223u;
+        const double dx = static_cast<double>(x) - 256, dy = static_cast<double>(y) - 256;
+        const bool inside = dx * dx + dy * dy < 180.0 * 180.0;
+        *voxel++ = static_cast<uint16>(inside ? 20000u + (noise >> 26) * 4u : noise >> 31);
+      }
+    }
+  }
+  return volume;
+}
+
+void writeGzip(const std::string& name, const VolumePtr<uint16>& volume) {
+  const gzFile file = gzopen(name.c_str(), "w");
+  const std::vector<char> header(headerBytes);
+  require(gzfwrite(header.data(), 1, headerBytes, file) == headerBytes);
+  require(gzfwrite(volume->getData(), sizeof(uint16), volume->getSize(), file) == volume->getSize());
+  require(gzclose(file) == Z_OK);
+}
+void readGzip(const std::string& name, const VolumePtr<uint16>& volume) {
+  const gzFile file = gzopen(name.c_str(), "r");
+  std::vector<char> header(headerBytes);
+  require(gzfread(header.data(), 1, headerBytes, file) == headerBytes);
+  require(gzfread(volume->getData(), sizeof(uint16), volume->getSize(), file) == volume->getSize());
+  gzclose(file);
+}
+
+void writeLz4(const std::string& name, const VolumePtr<uint16>& volume) {
+  std::FILE* const file = std::fopen(name.c_str(), "w+b");
+  LZ4F_preferences_t format{};
+  format.frameInfo.blockSizeID = LZ4F_max4MB;
+  format.frameInfo.blockMode = LZ4F_blockIndependent;
+  format.frameInfo.contentChecksumFlag = LZ4F_contentChecksumEnabled;
+  format.compressionLevel = 1;
+  format.autoFlush = 1;
+  LZ4F_cctx* context = nullptr;
+  LZ4F_createCompressionContext(&context, LZ4F_VERSION);
+  std::vector<char> frame(LZ4F_compressFrameBound(sliceBytes, &format));
+  const auto put = [&](const void* bytes, SizeType count) {
+    std::size_t size = LZ4F_compressBegin(context, frame.data(), frame.size(), &format);
+    size += LZ4F_compressUpdate(context, frame.data() + size, frame.size() - size, bytes, count, nullptr);
+    size += LZ4F_compressEnd(context, frame.data() + size, frame.size() - size, nullptr);
+    require(std::fwrite(frame.data(), 1, size, file) == size);
+  };
+  const std::vector<char> header(headerBytes);
+  put(header.data(), headerBytes);
+  for (SizeType slice = 0; slice < volume->getDimTert(); ++slice) {
+    put(volume->getData() + slice * width * height, sliceBytes);
+  }
+  LZ4F_freeCompressionContext(context);
+  require(std::fclose(file) == 0);
+}
+/// Decodes a file that is read at once, straight into all voxels.
+void readLz4(const std::string& name, const VolumePtr<uint16>& volume) {
+  std::vector<char> packed(std::filesystem::file_size(name));
+  std::FILE* const file = std::fopen(name.c_str(), "rb");
+  require(std::fread(packed.data(), 1, packed.size(), file) == packed.size());
+  std::fclose(file);
+  LZ4F_dctx* context = nullptr;
+  LZ4F_createDecompressionContext(&context, LZ4F_VERSION);
+  const char* from = packed.data();
+  const auto take = [&](void* to, SizeType size) {
+    while (size > 0) {
+      std::size_t produced = size, consumed = static_cast<std::size_t>(packed.data() + packed.size() - from);
+      require(LZ4F_isError(LZ4F_decompress(context, to, &produced, from, &consumed, nullptr)) == 0);
+      from += consumed;
+      to = static_cast<char*>(to) + produced;
+      size -= produced;
+    }
+  };
+  std::vector<char> header(headerBytes);
+  take(header.data(), headerBytes);
+  take(volume->getData(), volume->getSize() * sizeof(uint16));
+  LZ4F_freeDecompressionContext(context);
+}
+
+template <class Writer, class WriterParameter, class Reader, class ReaderParameter>
+void compressed(benchmark::State& state, const std::string& library, bool isReading,
+                void (*direct)(const std::string&, const VolumePtr<uint16>&)) {
+  const BenchmarkFile file;
+  const auto volume = scannedVolume(slicesOf(state));
+  runOn<Writer, WriterParameter>(file.name(), "inputVolume", volume);
+  const SizeType bytes = volume->getSize() * sizeof(uint16);
+  const auto run = [&] {
+    if (isReading) {
+      runOn<Reader, ReaderParameter>(file.name(), "outputVolume", volume);
+    } else {
+      runOn<Writer, WriterParameter>(file.name(), "inputVolume", volume);
+    }
+  };
+  Benchmarks::contest(state, {{"operator", bytes, run}, {library, bytes, [&] { direct(file.name(), volume); }}});
+  state.counters["ratio"] = static_cast<double>(bytes) / static_cast<double>(std::filesystem::file_size(file.name()));
+}
+void gzip(benchmark::State& state, bool isReading) {
+  compressed<TaviOperators::DLL::RekGzWriter::Operator, TaviOperators::RekGzWriter::Parameter,
+             TaviOperators::DLL::RekGzReader::Operator, TaviOperators::RekGzReader::Parameter>(
+      state, "zlib", isReading, isReading ? readGzip : writeGzip);
+}
+void lz4(benchmark::State& state, bool isReading) {
+  compressed<TaviOperators::DLL::RekLz4Writer::Operator, TaviOperators::RekLz4Writer::Parameter,
+             TaviOperators::DLL::RekLz4Reader::Operator, TaviOperators::RekLz4Reader::Parameter>(
+      state, "liblz4", isReading, isReading ? readLz4 : writeLz4);
+}
+void RekGzWrite(benchmark::State& state) { gzip(state, false); }
+void RekGzRead(benchmark::State& state) { gzip(state, true); }
+void RekLz4Write(benchmark::State& state) { lz4(state, false); }
+void RekLz4Read(benchmark::State& state) { lz4(state, true); }
+
+void compressedSizes(benchmark::internal::Benchmark* benchmark) {
+  const char* const given = std::getenv("TAVI_BENCHMARK_MIB");
+  benchmark->Unit(benchmark::kMillisecond)->UseManualTime()->ArgName("MiB");
+  benchmark->Arg(given != nullptr ? std::max(1L, std::strtol(given, nullptr, 10)) : 64);
+}
+
 BENCHMARK(RekWrite)->Apply(sizes);
 BENCHMARK(PlainWrite)->Apply(sizes);
 BENCHMARK(RekReadIntoVolume)->Apply(sizes);
@@ -222,5 +365,9 @@ BENCHMARK(PlainReadFresh)->Apply(sizes);
 BENCHMARK(Memcpy)->Apply(sizes);
 BENCHMARK(RekWriteReversedRows)->Apply(sizes);
 BENCHMARK(RekReadReversedRows)->Apply(sizes);
+BENCHMARK(RekGzWrite)->Apply(compressedSizes);
+BENCHMARK(RekGzRead)->Apply(compressedSizes);
+BENCHMARK(RekLz4Write)->Apply(compressedSizes);
+BENCHMARK(RekLz4Read)->Apply(compressedSizes);
 
 }  // namespace

@@ -64,6 +64,22 @@ if(NOT TAVI_LIBRARY_SOURCES)
   set(TAVI_LIBRARY_SOURCES ${TAVI_GENERATED_DIR}/Empty.cpp)
 endif()
 
+# What the file formats are read and written with.
+find_package(PkgConfig REQUIRED)
+find_package(ZLIB REQUIRED)
+pkg_check_modules(LZ4 REQUIRED IMPORTED_TARGET liblz4)
+find_package(TIFF REQUIRED)
+find_package(PNG REQUIRED)
+find_package(pugixml REQUIRED)
+add_library(tavi_file_formats INTERFACE)
+target_link_libraries(
+  tavi_file_formats
+  INTERFACE ZLIB::ZLIB # VTI, REK
+            PkgConfig::LZ4 # REK
+            TIFF::TIFF
+            PNG::PNG
+            pugixml::pugixml) # VTI, TIFF
+
 # What the core consists of, compiled once for all binaries instead of once per source. The library's and the tests'
 # precompiled headers declare it.
 set(TAVI_CORE_INSTANCES ${operators_dir}/src/CoreInstances)
@@ -84,7 +100,7 @@ function(tavi_add_operators_library target)
   target_include_directories(${target} PRIVATE ${operators_dir}/src)
   target_link_libraries(${target} PUBLIC Tavi)
   # Third-party libraries stay behind the exported frames, so users of the package need none of them.
-  target_link_libraries(${target} PRIVATE tavi_highway tavi_core_instances)
+  target_link_libraries(${target} PRIVATE tavi_highway tavi_core_instances tavi_file_formats)
   tavi_library_options(${target})
   tavi_precompile(${target} <DLL/Operator.hpp> <Impl/Frame/Dispatch.hpp> <Impl/Frame/Instances.hpp> <Operator.hpp>
                   ${TAVI_CORE_INSTANCES}.hpp)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Operator.hpp>
+#include <Parameter.hpp>
 #include <Tavi/ClassFactory.hpp>
 #include <Tavi/Data.hpp>
 #include <Tavi/Export.hpp>

@@ -1,24 +1,24 @@
 #pragma once
 
-#include <Impl/Frame/Dispatch.hpp>
-#include <Operator.hpp>
+#include <Parameter.hpp>
 #include <RekHeaderComposite.hpp>
-
-#include <Files/FileStream.hpp>
-#include <Files/Rek/RekHeader.hpp>
-#include <Files/SliceTransfer.hpp>
 
 #include <string>
 
 /// Reads a REK file into a volume.
 ///
-/// Fails as `RekTypeReader` does, and with `std::runtime_error` for a file of another voxel type and for voxels that
-/// cannot be read; a volume of the host is untouched until the header has been accepted. After an abort the volume is
-/// filled in part. Extra memory: none for an output whose slices are dense, otherwise one slice. Serial; one step of
-/// progress per slice.
+/// The file decides the voxel type. The size of the file decides which of the three descriptions of the extents in its
+/// header holds.
+///
+/// - Border: every voxel is written. After an abort the volume is filled in part.
+/// - NaN: the bits of every voxel are kept.
+/// - Failures: those of RekTypeReader; std::invalid_argument for a file of 64-bit integers; std::runtime_error for
+///   voxels that cannot be read; InvalidParameterObjectException for an outputVolume of another voxel type. A given
+///   volume stays as it is until the header is accepted.
+/// - Memory: none beyond the output if its slices are dense, otherwise one slice.
+/// - Threads: serial. One step of progress per slice.
+/// - Cost: one read per slice, at the speed of the file system.
 namespace NORV::TaviOperators::RekReader {
-
-inline constexpr Impl::Names names{"RekReader"};
 
 class Parameter final : public CompositeOfProperties<Parameter> {
 public:
@@ -32,33 +32,7 @@ public:
     append("outputHeader", outputHeader, {Takes::object, optional, "the 2048 bytes before the voxels"});
     outputHeader = RekHeaderPtr(new RekHeaderPtr::Pointee);
   }
-  std::string getType() const override { return names.parameterType(); }
-};
-
-template <class OutputPtr>
-class Operator final : public TaviOperators::Operator<Operator<OutputPtr>> {
-  using T = VoxelOf<OutputPtr>;
-
-public:
-  std::string getType() const override { return Impl::typedIdentifier<OutputPtr>(names); }
-
-  void apply(SmartPointer<IComposite> composite) override {
-    this->beginApply();
-    const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
-    const Impl::FileWords words(getType());
-    Impl::File file(words.checkedName(parameter->inputFilename.value()), Impl::File::Mode::read, words);
-    const Impl::RekFileStart start = Impl::readRekFileStart(file, words);
-    words.require(start.header.voxelTypeCode == Impl::rekVoxelType<T>.code,
-                  " operator specialization does not fit to the REK file (wrong voxel type)");
-    const auto extents = Impl::resolveRekExtents(start, sizeof(T), Impl::RekExtents::positive, words);
-
-    const auto output = this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), extents);
-    this->setTotal(extents.tert);
-    Impl::transferSlices(*this, output, Impl::Direction::intoVolume,
-                         [&file](T* voxels, SizeType bytes) { file.read(voxels, bytes, " could not read raw data"); });
-    parameter->outputVolume = output;
-    parameter->outputHeader = RekHeaderPtr(new RekHeaderPtr::Pointee(start.header));
-  }
+  std::string getType() const override { return "NORV::TaviOperators::RekReader::Parameter"; }
 };
 
 }  // namespace NORV::TaviOperators::RekReader

@@ -18,7 +18,7 @@ namespace NORV::Tests {
 namespace {
 
 using TaviOperators::Impl::File;
-using TaviOperators::Impl::FileWords;
+using TaviOperators::Impl::FileErrors;
 using TaviOperators::Impl::isValidPath;
 
 bool isAllowedByte(unsigned char byte, std::size_t index) {
@@ -141,25 +141,25 @@ TEST(IsValidPath, FollowsTheRulesForAllShortNames) {
   }
 }
 
-TEST(FileWordsFailure, NamesTheOperatorBeforeTheWords) {
-  const FileWords words("Some::Operator");
-  expectStandard<std::runtime_error>([&] { words.fail(" went wrong"); }, "Some::Operator went wrong");
-  expectStandard<std::runtime_error>([&] { words.require(false, " went wrong"); }, "Some::Operator went wrong");
-  words.require(true, " went wrong");
-  expectStandard<std::invalid_argument>([&] { words.refuse(" is refused"); }, "Some::Operator is refused");
-  expectStandard<std::invalid_argument>([&] { words.checkedName(""); }, "Some::Operator input filename is empty");
-  expectStandard<std::invalid_argument>([&] { words.checkedName("a=b"); }, "Some::Operator input filename is invalid");
-  EXPECT_EQ(words.checkedName("a.rek"), "a.rek");
+TEST(FileErrorsFailure, NamesTheOperatorBeforeTheWords) {
+  const FileErrors errors("Some::Operator");
+  expectStandard<std::runtime_error>([&] { errors.fail(" went wrong"); }, "Some::Operator went wrong");
+  expectStandard<std::runtime_error>([&] { errors.require(false, " went wrong"); }, "Some::Operator went wrong");
+  errors.require(true, " went wrong");
+  expectStandard<std::invalid_argument>([&] { errors.refuse(" is refused"); }, "Some::Operator is refused");
+  expectStandard<std::invalid_argument>([&] { errors.checkedName(""); }, "Some::Operator input filename is empty");
+  expectStandard<std::invalid_argument>([&] { errors.checkedName("a=b"); }, "Some::Operator input filename is invalid");
+  EXPECT_EQ(errors.checkedName("a.rek"), "a.rek");
 }
 
 class FileStream : public testing::Test {
 protected:
   void expectNotOpened(const std::string& name, File::Mode mode) const {
     const NoFileLeftOpen check;
-    expectStandard<std::runtime_error>([&] { File(name, mode, words); }, "Op failed to open file");
+    expectStandard<std::runtime_error>([&] { File(name, mode, errors); }, "Op failed to open file");
   }
 
-  const FileWords words{"Op"};
+  const FileErrors errors{"Op"};
   const TemporaryDirectory folder;
 };
 using FileStreamFailure = FileStream;
@@ -168,14 +168,14 @@ TEST_F(FileStream, WritesAndReadsWhatItIsGiven) {
   const NoFileLeftOpen check;
   const std::string name = folder / "bytes";
   {
-    File file(name, File::Mode::write, words);
+    File file(name, File::Mode::write, errors);
     file.write("abc", 3, " write");
     file.write("", 0, " write");
     file.write("defg", 4, " write");
     file.close(" close");
   }
   EXPECT_EQ(readFile(name), "abcdefg");
-  File file(name, File::Mode::read, words);
+  File file(name, File::Mode::read, errors);
   std::string bytes(7, ' ');
   file.read(bytes.data(), 2, " read");
   EXPECT_EQ(file.size(), 7u);
@@ -187,16 +187,16 @@ TEST_F(FileStream, WritesAndReadsWhatItIsGiven) {
 TEST_F(FileStream, WritingTruncatesWhatWasThere) {
   const std::string name = folder / "bytes";
   writeFile(name, "something longer");
-  File(name, File::Mode::write, words).close(" close");
+  File(name, File::Mode::write, errors).close(" close");
   EXPECT_EQ(readFile(name), "");
 }
 
 TEST_F(FileStream, IsClosedWhenItGoes) {
   const NoFileLeftOpen check;
   const std::string name = folder / "bytes";
-  { File file(name, File::Mode::write, words); }
+  { File file(name, File::Mode::write, errors); }
   try {
-    File file(name, File::Mode::read, words);
+    File file(name, File::Mode::read, errors);
     throw std::logic_error("passes by");
   } catch (const std::logic_error&) {
   }
@@ -209,19 +209,19 @@ TEST_F(FileStream, KnowsSizesBeyondFourGibibytes) {
   if (truncate(name.c_str(), size) != 0) {
     GTEST_SKIP() << "the file system makes no sparse file of 5 GiB: " << std::strerror(errno);
   }
-  File file(name, File::Mode::read, words);
+  File file(name, File::Mode::read, errors);
   EXPECT_EQ(file.size(), static_cast<Tavi::SizeType>(size));
   char byte = 1;
   file.read(&byte, 1, " read");
   EXPECT_EQ(byte, 0);
 }
 
-TEST_F(FileStream, SizeOfADeviceIsNothing) { EXPECT_EQ(File("/dev/zero", File::Mode::read, words).size(), 0u); }
+TEST_F(FileStream, SizeOfADeviceIsNothing) { EXPECT_EQ(File("/dev/zero", File::Mode::read, errors).size(), 0u); }
 
 TEST_F(FileStreamFailure, ShortReadsFailWithTheWordsGiven) {
   const std::string name = folder / "bytes";
   writeFile(name, "abc");
-  File file(name, File::Mode::read, words);
+  File file(name, File::Mode::read, errors);
   char bytes[4];
   expectStandard<std::runtime_error>([&] { file.read(bytes, 4, " no bytes left"); }, "Op no bytes left");
   expectStandard<std::runtime_error>([&] { file.read(bytes, 1, " at the end"); }, "Op at the end");
@@ -230,7 +230,7 @@ TEST_F(FileStreamFailure, ShortReadsFailWithTheWordsGiven) {
 TEST_F(FileStreamFailure, AFileThatShrinksFailsWhenItIsRead) {
   const std::string name = folder / "bytes";
   writeFile(name, std::string(10000, 'a'));
-  File file(name, File::Mode::read, words);
+  File file(name, File::Mode::read, errors);
   std::vector<char> bytes(10000);
   file.read(bytes.data(), 1000, " read");
   std::filesystem::resize_file(name, 2000);
@@ -239,13 +239,13 @@ TEST_F(FileStreamFailure, AFileThatShrinksFailsWhenItIsRead) {
 }
 
 TEST_F(FileStreamFailure, WritesToAFullDeviceFailAtOnce) {
-  File file("/dev/full", File::Mode::write, words);
+  File file("/dev/full", File::Mode::write, errors);
   expectStandard<std::runtime_error>([&] { file.write("a", 1, " full"); }, "Op full");
 }
 
 TEST_F(FileStreamFailure, AFailureThatOnlyShowsWhenTheFileIsClosedIsReported) {
   const std::string name = folder / "bytes";
-  File file(name, File::Mode::write, words);
+  File file(name, File::Mode::write, errors);
   // The descriptor goes behind the file's back, as when a file server that has promised to store the bytes goes.
   int descriptor = -1;
   for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {

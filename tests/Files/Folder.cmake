@@ -1,3 +1,2 @@
-# The records of TIFF directories are read from and written to handles of the library of the format.
-find_package(TIFF REQUIRED)
-target_link_libraries(${target} PRIVATE TIFF::TIFF)
+# The bytes of files are compared with what the libraries of the formats make.
+target_link_libraries(${target} PRIVATE tavi_file_formats)

@@ -83,7 +83,7 @@ inline HeaderBytes written(HeaderBytes header, uint16 code, const Extents& exten
 inline SmartPointer<TaviOperators::RekTypeReader::Parameter> lookInto(const std::string& file) {
   const auto parameter = makeParameter<TaviOperators::RekTypeReader::Parameter>();
   parameter->inputFilename = file;
-  TaviOperators::RekTypeReader::Operator().apply(parameter);
+  createTyped("NORV::TaviOperators::RekTypeReader::Operator")->apply(parameter);
   return parameter;
 }
 
@@ -106,12 +106,13 @@ struct Settled {
   bool isNegative = false;
 };
 
-/// The rules for the extents in their order, of the type reader or of the reader.
-inline Settled settle(const Fields& fields, Tavi::SizeType dataSize, Tavi::SizeType width, bool isTypeReader) {
-  std::array<std::array<int64, 3>, 3> candidates{};
-  const std::array<std::array<int64, 3>, 3> described{{{fields.shortSize[0], fields.shortSize[1], fields.shortSize[2]},
-                                                       {fields.longSize[0], fields.longSize[1], fields.longSize[2]},
-                                                       {fields.image[0], fields.image[1], 1}}};
+using Candidates = std::array<std::array<int64, 3>, 3>;
+
+/// The descriptions that count for the type reader or for the reader, or why they are none.
+inline Settled describe(const Fields& fields, bool isTypeReader, Candidates& candidates) {
+  const Candidates described{{{fields.shortSize[0], fields.shortSize[1], fields.shortSize[2]},
+                              {fields.longSize[0], fields.longSize[1], fields.longSize[2]},
+                              {fields.image[0], fields.image[1], 1}}};
   for (std::size_t i = 0; i < 3; ++i) {
     const auto [x, y, z] = described[i];
     if (isTypeReader ? x != 0 && y != 0 && z != 0 : x > 0 && y > 0 && z > 0) {
@@ -123,6 +124,16 @@ inline Settled settle(const Fields& fields, Tavi::SizeType dataSize, Tavi::SizeT
                 true};
       }
     }
+  }
+  return {};
+}
+
+/// The rules for the extents in their order, of the type reader or of the reader.
+inline Settled settle(const Fields& fields, Tavi::SizeType dataSize, Tavi::SizeType width, bool isTypeReader) {
+  Candidates candidates{};
+  const Settled described = describe(fields, isTypeReader, candidates);
+  if (described.isNegative) {
+    return described;
   }
   std::array<bool, 3> fits{};
   for (std::size_t i = 0; i < 3; ++i) {
@@ -143,6 +154,23 @@ inline Settled settle(const Fields& fields, Tavi::SizeType dataSize, Tavi::SizeT
     }
   }
   return {std::nullopt, " file size does not fit to the dimensions specified in the header"};
+}
+
+/// The rules for the extents where no size of a file decides.
+inline Settled settleInOrder(const Fields& fields, bool isTypeReader) {
+  Candidates candidates{};
+  const Settled described = describe(fields, isTypeReader, candidates);
+  if (described.isNegative) {
+    return described;
+  }
+  for (const std::size_t i : {1u, 0u, 2u}) {
+    const auto [x, y, z] = candidates[i];
+    if (x * y * z != 0) {
+      return {Extents{static_cast<Tavi::SizeType>(x), static_cast<Tavi::SizeType>(y), static_cast<Tavi::SizeType>(z)},
+              ""};
+    }
+  }
+  return {std::nullopt, " cannot read volume dimensions"};
 }
 
 /// Calls `act(fields, count)` for random fields out of few numbers, so that they often agree, with a count of voxels

@@ -24,7 +24,8 @@ protected:
     parameter->inputFilename = file;
     parameter->outputVoxelType = std::string("before");
     const auto header = parameter->outputHeader.value();
-    expectStandard<std::runtime_error>([&] { Typed::Operator().apply(parameter); }, text);
+    expectStandard<std::runtime_error>(
+        [&] { createTyped("NORV::TaviOperators::RekTypeReader::Operator")->apply(parameter); }, text);
     EXPECT_EQ(parameter->outputVoxelType.value(), "before");
     EXPECT_EQ(parameter->outputDimension.value(), Dimension<SizeType>());
     EXPECT_EQ(parameter->outputHeader.value(), header);
@@ -137,7 +138,8 @@ TEST_F(RekTypeReaderFailure, AnotherParameterObjectIsRefused) {
   for (const SmartPointer<IComposite>& other :
        {SmartPointer<IComposite>(), SmartPointer<IComposite>(new Data<int32>(1)),
         SmartPointer<IComposite>(new TaviOperators::RekReader::Parameter)}) {
-    expectRefusal([&] { Typed::Operator().apply(other); }, "NORV::TaviOperators::RekTypeReader::Operator::apply");
+    expectRefusal([&] { createTyped("NORV::TaviOperators::RekTypeReader::Operator")->apply(other); },
+                  "NORV::TaviOperators::RekTypeReader::Operator::apply");
   }
 }
 
@@ -250,7 +252,8 @@ TEST_F(RekTypeReaderFailure, FailingAllocationsLeaveNothingBehind) {
   parameter->inputFilename = file;
   const auto files = openFiles();
   const int failures =
-      failEachAllocation([&] { Typed::Operator().apply(parameter); }, [&] { EXPECT_EQ(openFiles(), files); });
+      failEachAllocation([&] { createTyped("NORV::TaviOperators::RekTypeReader::Operator")->apply(parameter); },
+                         [&] { EXPECT_EQ(openFiles(), files); });
   EXPECT_GT(failures, 3);
   EXPECT_EQ(openFiles(), files);
   EXPECT_EQ(parameter->outputDimension.value(), Dimension<SizeType>(2, 2, 2));

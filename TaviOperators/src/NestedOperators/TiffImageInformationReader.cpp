@@ -3,6 +3,7 @@
 #include <Operator.hpp>
 #include <TiffImageInformationReader.hpp>
 
+#include <Files/FileStream.hpp>
 #include <Files/Tiff/TiffDirectories.hpp>
 #include <Files/Tiff/TiffFile.hpp>
 
@@ -18,7 +19,7 @@ public:
   void apply(SmartPointer<IComposite> composite) override {
     beginApply();
     const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
-    const std::string name = Impl::checkedTiffName(parameter->inputFilename.value(), names);
+    const std::string name = Impl::checkedName(parameter->inputFilename.value(), names);
     const Impl::TiffSource file(name, names.inApply());
     TiffImageInformationList images;
     const bool hasEnd = Impl::forEachDirectory(file, [&](TIFF* tiff) {

@@ -4,6 +4,7 @@
 #include <Tavi/Exceptions.hpp>
 #include <TiffVolumeTypeReader.hpp>
 
+#include <Files/FileStream.hpp>
 #include <Files/Tiff/TiffDirectories.hpp>
 #include <Files/Tiff/TiffFile.hpp>
 
@@ -19,7 +20,7 @@ public:
   void apply(SmartPointer<IComposite> composite) override {
     beginApply();
     const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
-    const std::string name = Impl::checkedTiffName(parameter->inputFilename.value(), names);
+    const std::string name = Impl::checkedName(parameter->inputFilename.value(), names);
     const Impl::TiffSource file(name, names.inApply());
     const Impl::TiffSlices slices = Impl::readSlices(file);
     Impl::require(slices.first->samplesPerPixel.value() == 1,

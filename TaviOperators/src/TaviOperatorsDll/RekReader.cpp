@@ -1,8 +1,26 @@
 #include <DLL/RekReader.hpp>
-#include <Impl/Frame/Dispatch.hpp>
-#include <Impl/Frame/Instances.hpp>
 #include <RekReader.hpp>
 #include <RekTypeReader.hpp>
+
+#include <Files/FileStream.hpp>
+#include <Files/Rek/RekOperators.hpp>
+
+namespace NORV::TaviOperators::RekReader {
+namespace {
+
+struct Form {
+  using Stream = Impl::File;
+  using ReaderParameter = Parameter;
+  using TypeReaderParameter = RekTypeReader::Parameter;
+  static constexpr Impl::Names reader{"RekReader"};
+  static constexpr Impl::Names typeReader{"RekTypeReader"};
+};
+
+template <class OutputPtr>
+using Operator = Impl::RekReaderOperator<Form, OutputPtr>;
+
+}  // namespace
+}  // namespace NORV::TaviOperators::RekReader
 
 namespace NORV::TaviOperators::DLL {
 
@@ -14,13 +32,7 @@ RekReader::Operator::~Operator() = default;
 RekReader::Operator& RekReader::Operator::operator=(const Operator&) = default;
 
 SmartPointer<IOperator> RekReader::Operator::getOperatorFromParameterObject(SmartPointer<IComposite> composite) const {
-  const auto& names = Typed::names;
-  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
-  const SmartPointer<RekTypeReader::Parameter> type(new RekTypeReader::Parameter);
-  type->inputFilename = parameter->inputFilename.value();
-  RekTypeReader::Operator().apply(type);
-  return Impl::createByIdentifier(
-      Impl::composeIdentifier(names, Impl::composeVolumeIdentifier(type->outputVoxelType.value())));
+  return Impl::createRekReader<Typed::Form>(composite);
 }
 
 }  // namespace NORV::TaviOperators::DLL

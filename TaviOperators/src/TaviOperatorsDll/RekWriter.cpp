@@ -1,7 +1,23 @@
 #include <DLL/RekWriter.hpp>
-#include <Impl/Frame/Dispatch.hpp>
-#include <Impl/Frame/Instances.hpp>
 #include <RekWriter.hpp>
+
+#include <Files/FileStream.hpp>
+#include <Files/Rek/RekOperators.hpp>
+
+namespace NORV::TaviOperators::RekWriter {
+namespace {
+
+struct Form {
+  using Stream = Impl::File;
+  using WriterParameter = Parameter;
+  static constexpr Impl::Names writer{"RekWriter"};
+};
+
+template <class InputPtr>
+using Operator = Impl::RekWriterOperator<Form, InputPtr>;
+
+}  // namespace
+}  // namespace NORV::TaviOperators::RekWriter
 
 namespace NORV::TaviOperators::DLL {
 
@@ -13,11 +29,7 @@ RekWriter::Operator::~Operator() = default;
 RekWriter::Operator& RekWriter::Operator::operator=(const Operator&) = default;
 
 SmartPointer<IOperator> RekWriter::Operator::getOperatorFromParameterObject(SmartPointer<IComposite> composite) const {
-  const auto& names = Typed::names;
-  const auto parameter = Impl::castParameter<Typed::Parameter>(composite, names.inFrame("invalid parameter object!"));
-  const SmartPointer<IVolume> input = parameter->inputVolume.value();
-  Impl::requireGiven(input, names.inFrame("inputVolume or outputVolume is NULL!"));
-  return Impl::createOperator(names, input);
+  return Impl::createRekWriter<Typed::Form>(composite);
 }
 
 }  // namespace NORV::TaviOperators::DLL

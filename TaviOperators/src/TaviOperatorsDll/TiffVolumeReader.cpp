@@ -6,6 +6,7 @@
 #include <TiffVolumeReader.hpp>
 #include <TiffVolumeTypeReader.hpp>
 
+#include <Files/FileStream.hpp>
 #include <Files/SliceTransfer.hpp>
 #include <Files/Tiff/TiffDirectories.hpp>
 #include <Files/Tiff/TiffFile.hpp>
@@ -56,7 +57,7 @@ public:
   void apply(SmartPointer<IComposite> composite) override {
     this->beginApply();
     const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
-    const std::string name = Impl::checkedTiffName(parameter->inputFilename.value(), names);
+    const std::string name = Impl::checkedName(parameter->inputFilename.value(), names);
     Impl::TiffSource file(name, names.inApply());
     const Impl::TiffSlices slices = Impl::readSlices(file);
     const TiffImageInformation& first = *slices.first;

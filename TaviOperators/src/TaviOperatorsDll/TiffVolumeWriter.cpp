@@ -7,6 +7,7 @@
 #include <TiffImageInformation.hpp>
 #include <TiffVolumeWriter.hpp>
 
+#include <Files/FileStream.hpp>
 #include <Files/SliceTransfer.hpp>
 #include <Files/Tiff/TiffDirectories.hpp>
 #include <Files/Tiff/TiffFile.hpp>
@@ -75,7 +76,7 @@ public:
     const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
     const InputPtr input(parameter->inputVolume.value());
     Impl::requireGiven(input, names.inApply(" input volume is NULL"));
-    const std::string name = Impl::checkedTiffName(parameter->inputFilename.value(), names);
+    const std::string name = Impl::checkedName(parameter->inputFilename.value(), names);
     TiffImageInformation image;
     describe(image, *parameter);
     image.bitsPerSample = static_cast<uint16>(8 * sizeof(T));

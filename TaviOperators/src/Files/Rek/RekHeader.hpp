@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <limits>
 #include <optional>
 #include <string>
@@ -37,27 +38,31 @@ inline std::optional<RekVoxelType> findRekVoxelType(uint16 code) {
   return found != rekVoxelTypes.end() ? std::optional(*found) : std::nullopt;
 }
 
-/// The next 2048 bytes of a stream, which has `read`.
-template <class Stream>
-RecHeader_V260 readRekHeader(Stream& stream) {
+/// The next 2048 bytes of a stream.
+inline RecHeader_V260 readRekHeader(ByteStream& stream) {
   RecHeader_V260 header;
   stream.read(&header, sizeof header, " failed to read REK header");
   return header;
 }
 
-/// The beginning of a file, and how many bytes follow it.
+/// The beginning of a plain file, and how many bytes follow it.
 struct RekFileStart {
   RecHeader_V260 header;
   SizeType dataBytes = 0;
 };
+/// The beginning of a compressed file, whose content is of unknown size.
+struct RekStreamStart {
+  RecHeader_V260 header;
+};
 
 /// Reads the header of a file that must hold at least one byte more. The size is asked for once: all rules see the same
 /// one, also if the file changes meanwhile.
-inline RekFileStart readRekFileStart(File& file, const FileWords& words) {
+inline RekFileStart readRekStart(File& file, const FileErrors& errors) {
   const SizeType size = file.size();
-  words.require(size > sizeof(RecHeader_V260), " file is smaller than the REK header");
+  errors.require(size > sizeof(RecHeader_V260), " file is smaller than the REK header");
   return {readRekHeader(file), size - sizeof(RecHeader_V260)};
 }
+inline RekStreamStart readRekStart(ByteStream& stream, const FileErrors&) { return {readRekHeader(stream)}; }
 
 /// When a description of the extents counts: readers of voxels take positive fields only; the type reader takes
 /// whatever is not zero, so that it reports negative fields.
@@ -73,26 +78,42 @@ inline Dimension<SizeType> rekCandidate(int64 x, int64 y, int64 z, RekExtents ru
   return {static_cast<SizeType>(x), static_cast<SizeType>(y), static_cast<SizeType>(z)};
 }
 
-/// The extents of the volume: of the three descriptions in the header those count whose voxels fill the `dataBytes`
-/// behind the header exactly, and they must agree.
-inline Dimension<SizeType> resolveRekExtents(const RekFileStart& file, SizeType voxelBytes, RekExtents rule,
-                                             const FileWords& words) {
-  const RecHeader_V260& header = file.header;
-  const std::array candidates{rekCandidate(header.shortX, header.shortY, header.shortZ, rule),
-                              rekCandidate(header.longX, header.longY, header.longZ, rule),
-                              rekCandidate(header.imageWidth, header.imageHeight, 1, rule)};
+/// The descriptions in the header: short, long, and that of a single image.
+inline std::array<Dimension<SizeType>, 3> rekCandidates(const RecHeader_V260& header, RekExtents rule) {
+  return {rekCandidate(header.shortX, header.shortY, header.shortZ, rule),
+          rekCandidate(header.longX, header.longY, header.longZ, rule),
+          rekCandidate(header.imageWidth, header.imageHeight, 1, rule)};
+}
+
+/// The extents of the volume: those descriptions count whose voxels fill the `dataBytes` behind the header exactly, and
+/// they must agree.
+inline Dimension<SizeType> resolveRekExtents(const RekFileStart& start, SizeType voxelBytes, RekExtents rule,
+                                             const FileErrors& errors) {
+  const auto candidates = rekCandidates(start.header, rule);
   std::array<bool, candidates.size()> fits{};
   for (std::size_t i = 0; i < candidates.size(); ++i) {
     SizeType bytes = 0;  // what 64 bits cannot count fits no file
-    fits[i] = !__builtin_mul_overflow(candidates[i].size(), voxelBytes, &bytes) && bytes == file.dataBytes;
+    fits[i] = !__builtin_mul_overflow(candidates[i].size(), voxelBytes, &bytes) && bytes == start.dataBytes;
   }
   const auto first = static_cast<std::size_t>(std::find(fits.begin(), fits.end(), true) - fits.begin());
-  words.require(first < candidates.size(), " file size does not fit to the dimensions specified in the header");
+  errors.require(first < candidates.size(), " file size does not fit to the dimensions specified in the header");
   for (std::size_t i = first + 1; i < candidates.size(); ++i) {
-    words.require(!fits[i] || candidates[i] == candidates[first],
-                  " the dimensions specified in the header are ambiguous");
+    errors.require(!fits[i] || candidates[i] == candidates[first],
+                   " the dimensions specified in the header are ambiguous");
   }
   return candidates[first];
+}
+
+/// The extents where no size decides: the long description if it holds a voxel, else the short one, else the image.
+inline Dimension<SizeType> resolveRekExtents(const RekStreamStart& start, SizeType, RekExtents rule,
+                                             const FileErrors& errors) {
+  const auto candidates = rekCandidates(start.header, rule);
+  for (const std::size_t i : {1u, 0u, 2u}) {
+    if (candidates[i].size() != 0) {
+      return candidates[i];
+    }
+  }
+  errors.fail(" cannot read volume dimensions");
 }
 
 /// The lower-cased text behind the last dot; empty if there is none.

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Names.hpp>
 #include <Tavi/Exceptions.hpp>
 #include <Tavi/Types.hpp>
 #include <TiffImageInformation.hpp>
 
-#include <Files/FileName.hpp>
 #include <Files/Tiff/TiffFile.hpp>
 
 #include <limits>
@@ -15,13 +13,6 @@
 
 /// The directories of a TIFF file, and when they are the slices of a volume.
 namespace NORV::TaviOperators::Impl {
-
-/// Throws InvalidParameterObjectException for a name that is no file name.
-inline const std::string& checkedTiffName(const std::string& name, const Names& names) {
-  require(!name.empty(), names.inApply(" input filename is empty"));
-  require(isValidPath(name), names.inApply(" input filename is invalid"));
-  return name;
-}
 
 /// Calls `visit` at each directory while it returns true. Returns false if the chain of directories has no end that can
 /// be reached: it is cyclic, leads out of the file, or costs more to follow than a file of this size explains.
