@@ -19,9 +19,6 @@
 
 namespace NORV::TaviOperators {
 
-using Tavi::Volume;
-using Tavi::VolumePtr;
-
 /// The voxel type behind a volume pointer.
 template <class VolumePointer>
 using VoxelOf = typename VolumePointer::Voxel;

@@ -7,6 +7,7 @@
 #include <Tavi/KeyInfo.hpp>
 #include <Tavi/SmartPointer.hpp>
 #include <Tavi/Types.hpp>
+#include <Tavi/Volume.hpp>
 
 #include <string>
 
@@ -23,6 +24,8 @@ using Tavi::RegionOfInterest;
 using Tavi::SizeType;
 using Tavi::SmartPointer;
 using Tavi::Triple;
+using Tavi::Volume;
+using Tavi::VolumePtr;
 using Tavi::Persistence::CompositeOfProperties;
 using Tavi::Persistence::Data;
 using Tavi::Persistence::DataPtr;

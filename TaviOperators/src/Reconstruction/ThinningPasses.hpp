@@ -221,7 +221,7 @@ private:
         _rowFlags[row] = static_cast<uint8>(_rowFlags[row] & ~isIn);
         std::fill_n(_changes[set].data() + static_cast<int64>(row) * _strideSec, _strideSec, 0);
       }
-      _changedRows += _rowFlags[row] != 0 ? 1 : 0;
+      _changedRows += _rowFlags[row] != 0 ? 1u : 0u;
     }
   }
 
