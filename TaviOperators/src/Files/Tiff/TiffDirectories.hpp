@@ -2,6 +2,7 @@
 
 #include <Impl/Frame/Names.hpp>
 #include <Tavi/Exceptions.hpp>
+#include <Tavi/SmartPointer.hpp>
 #include <Tavi/Types.hpp>
 #include <TiffImageInformation.hpp>
 
@@ -75,7 +76,7 @@ inline SizeType fewestBytes(const TiffImageInformation& image) {
 
 /// The images of a file as the slices of a volume.
 struct TiffSlices {
-  SmartPointer<TiffImageInformation> first{new TiffImageInformation};
+  Tavi::SmartPointer<TiffImageInformation> first{new TiffImageInformation};
   SizeType count = 0;
   bool areAlike = true;   ///< and their chain has an end
   bool canBeHeld = true;  ///< by a file of this size
