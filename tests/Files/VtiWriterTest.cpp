@@ -125,7 +125,7 @@ TEST_F(VtiWriter, WritesViewsOfSingleRowsColumnsAndSlices) {
   omp_set_num_threads(1);
   for (const Extents& extents : {Extents{1, 1, 1}, Extents{9, 1, 1}, Extents{1, 9, 1}, Extents{1, 1, 9},
                                  Extents{1, 5, 4}, Extents{5, 1, 4}, Extents{5, 4, 1}}) {
-    for (const Layout& layout : allLayouts()) {
+    for (const Layout& layout : someLayouts()) {
       const TestVolume<float32> input(extents, layout);
       input.fill(mixedValues<float32>(37, 5));
       expectWritten(input, extents, folder / "a.vti");
@@ -134,7 +134,7 @@ TEST_F(VtiWriter, WritesViewsOfSingleRowsColumnsAndSlices) {
 }
 
 TEST_F(VtiWriter, WritesLargeVolumesThroughItsBuffer) {
-  for (const Extents& extents : {Extents{311, 97, 13}, Extents{7000, 1, 41}, Extents{1, 1, 100'003}}) {
+  for (const Extents& extents : {Extents{311, 97, 11}, Extents{7000, 1, 5}, Extents{1, 1, 5003}}) {
     for (const Layout& layout : {denseLayout, regionLayout, Layout{{1, 2, 4}}}) {
       const TestVolume<uint8> bytes(extents, layout);
       bytes.fill(mixedValues<uint8>(9973, 5));
