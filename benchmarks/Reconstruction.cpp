@@ -1,15 +1,20 @@
 // H-extrema transforms beside the sweeps that define them, on a scan or a made-up volume and on spirals, whose geodesic
-// ways are as long as the volume. TAVI_BENCHMARK_SCAN names a REK file of uint8 voxels to use as the scan.
+// ways are as long as the volume; thinning beside passes over the whole volume. TAVI_BENCHMARK_SCAN names a REK file of
+// uint8 voxels to use as the scan.
 
 #include "Contest.hpp"
 #include "Objects.hpp"
 
 #include <DLL/HMaximumTransform.hpp>
 #include <DLL/RekReader.hpp>
+#include <DLL/Thinning.hpp>
 #include <HMaximumTransform.hpp>
 #include <RekReader.hpp>
+#include <Thinning.hpp>
 
-#include <cmath>
+#include <Reconstruction/PackedNeighbourhood.hpp>
+
+#include <array>
 #include <string>
 #include <utility>
 #include <vector>
@@ -144,10 +149,96 @@ void addSpiral(SizeType edge, bool isSwept) {
       });
 }
 
+/// Six scans of all voxels per cycle, each neighbourhood read voxel by voxel.
+class PlainThinning {
+public:
+  PlainThinning(const uint8* object, const Grid& grid)
+      : _padded{grid.prim + 2, grid.sec + 2, grid.tert + 2},
+        _voxels(_padded.prim * _padded.sec * _padded.tert) {
+    for (SizeType z = 0; z < grid.tert; ++z) {
+      for (SizeType y = 0; y < grid.sec; ++y) {
+        std::copy_n(object + grid.index(0, y, z), grid.prim, _voxels.data() + _padded.index(1, y + 1, z + 1));
+      }
+    }
+  }
+
+  const std::vector<uint8>& run() {
+    const auto row = static_cast<int64>(_padded.prim), slice = static_cast<int64>(_padded.prim * _padded.sec);
+    for (int quiet = 0; quiet < 6;) {
+      quiet = 0;
+      for (const int64 border : {-row, row, int64{-1}, int64{1}, -slice, slice}) {
+        forEach([&](uint8* voxel) {
+          const Impl::Neighbourhood n = *voxel == 1 && voxel[border] == 0 ? neighbours(voxel, row, slice) : 0;
+          if (n != 0 && !Impl::isEndPoint(n) && Impl::EulerChange::of(n) == 0 && Impl::isSimple(n)) {
+            *voxel = 2;
+          }
+        });
+        bool isQuiet = true;
+        forEach([&](uint8* voxel) {
+          if (*voxel == 2) {
+            *voxel = Impl::isSimple(neighbours(voxel, row, slice)) ? 0 : 1;
+            isQuiet = isQuiet && *voxel == 1;
+          }
+        });
+        quiet += isQuiet ? 1 : 0;
+      }
+    }
+    return _voxels;
+  }
+
+private:
+  template <class Body>
+  void forEach(const Body& body) {
+    for (SizeType z = 1; z + 1 < _padded.tert; ++z) {
+      for (SizeType y = 1; y + 1 < _padded.sec; ++y) {
+        for (SizeType x = 1; x + 1 < _padded.prim; ++x) {
+          body(_voxels.data() + _padded.index(x, y, z));
+        }
+      }
+    }
+  }
+  static Impl::Neighbourhood neighbours(const uint8* voxel, int64 row, int64 slice) {
+    Impl::Neighbourhood n = 0;
+    unsigned bit = 0;
+    for (const int64 z : {-slice, int64{0}, slice}) {
+      for (const int64 y : {-row, int64{0}, row}) {
+        for (const int64 x : {int64{-1}, int64{0}, int64{1}}) {
+          n |= Impl::Neighbourhood{voxel[z + y + x] != 0} << bit++;
+        }
+      }
+    }
+    return n & ~(Impl::Neighbourhood{1} << Impl::centreBit);
+  }
+
+  Grid _padded;
+  std::vector<uint8> _voxels;
+};
+
+void addThinning(int threads) {
+  add("Thinning/scan/" + std::to_string(threads) + "T", [=](benchmark::State& state) {
+    const VolumePtr<uint8> input = makeScan();
+    for (SizeType i = 0; i < input->getSize(); ++i) {
+      input->getData()[i] = input->getData()[i] > 60 ? 1 : 0;
+    }
+    const SmartPointer<Thinning::Parameter> parameter(new Thinning::Parameter);
+    parameter->inputVolume = input;
+    parameter->outputVolume = SmartPointer<IVolume>(VolumePtr<uint8>(new Volume<uint8>(input->getDimension())));
+    parameter->inputBinaryFalse.setValue(uint8{0});
+    parameter->inputBinaryTrue.setValue(uint8{1});
+    parameter->inputNumberOfThreads = static_cast<SizeType>(threads);
+    const SizeType bytes = 2 * input->getSize();
+    contest(state, {{"Thinning", bytes, [=] { DLL::Thinning::Operator().apply(parameter); }},
+                    {"scans", bytes,
+                     [=] { benchmark::DoNotOptimize(PlainThinning(input->getData(), gridOf(input)).run()); }}});
+    setVoxels(state, input->getSize());
+  });
+}
+
 const bool registered = [] {
   const int all = omp_get_max_threads();
   for (const int threads : all > 1 ? std::vector<int>{1, all} : std::vector<int>{1}) {
     addHMaximum("scan", &makeScan, threads);
+    addThinning(threads);
   }
   const bool isLarge = largeBytes() > (SizeType{16} << 20);
   for (const SizeType edge : isLarge ? std::vector<SizeType>{16, 32, 64, 128, 256} : std::vector<SizeType>{16}) {

@@ -20,7 +20,7 @@ namespace NORV::TaviOperators::Impl {
 ///
 /// Whether a voxel is a candidate of a direction depends on its neighbourhood alone, so only voxels with a change among
 /// their neighbours since the last pass of that direction are tested again. The changes of the last six passes are kept
-/// as sets of bits, and which rows of the sets are not empty as flags.
+/// as sets of bits, and which words and rows of the sets are not empty as flags.
 class ThinningPasses {
 public:
   /// The object: words of bits with a shell of zeros.
@@ -31,13 +31,9 @@ public:
         _bits(object.data()),
         _strideSec(object.strides().sec),
         _strideTert(object.strides().tert),
-        _candidates(object.size()),
+        _states(object.size()),
         _candidatesOfSlice(object.extents().tert),
-        _rowFlags(object.size() / static_cast<SizeType>(_strideSec)) {
-    for (auto& changes : _changes) {
-      changes.resize(object.size());
-    }
-  }
+        _rowFlags(object.size() / static_cast<SizeType>(_strideSec)) {}
 
   /// Ends early after an abort.
   void run() {
@@ -59,6 +55,22 @@ public:
 private:
   static constexpr int directions = 6;
   static constexpr uint8 hasCandidates = 1 << directions;  // the flags below it: has changes of that set
+
+  /// What is kept of the voxels of a word, side by side as all of it is looked up together.
+  struct alignas(32) WordState {
+    std::array<uint32, directions> changes{};  ///< voxels with a change among their neighbours, for the passes in turn
+    uint32 candidates = 0;
+    uint8 flags = 0;  ///< which of the above may be set
+
+    uint32 changed() const {
+      uint32 all = 0;
+      for (const uint32 set : changes) {
+        all |= set;
+      }
+      return all;
+    }
+  };
+
   /// Fractions from 0 to 1 are multiples of 2^-53 here, so the steps hold them exactly.
   static constexpr SizeType wholeProgress = SizeType{1} << 53;
 
@@ -110,32 +122,28 @@ private:
   }
 
   SizeType findInRow(int64 first, int direction) {
-    uint8& flags = flagsOf(first);
     const bool isFirstCycle = _pass < directions;
-    std::array<const uint32*, directions> changes{};
-    std::size_t sets = 0;
-    for (std::size_t set = 0; set < directions; ++set) {
-      if ((flags >> set & 1) != 0) {
-        changes[sets++] = _changes[set].data() + first;
-      }
-    }
-    if (sets == 0 && !isFirstCycle) {
+    if (flagsOfRow(first) == 0 && !isFirstCycle) {
       return 0;
     }
     SizeType count = 0;
-    for (SizeType i = 0; i < _object.extents().prim; ++i) {
-      uint32 changed = isFirstCycle ? ~uint32{0} : 0;
-      for (std::size_t set = 0; set < sets; ++set) {
-        changed |= changes[set][i];
+    for (int64 offset = first; offset < first + static_cast<int64>(_object.extents().prim); ++offset) {
+      WordState& state = stateOf(offset);
+      if (state.flags == 0 && !isFirstCycle) {
+        continue;
       }
-      const uint32* const word = _bits + first + i;
+      const uint32 changed = isFirstCycle ? ~uint32{0} : state.changed();
+      const uint32* const word = _bits + offset;
       const uint32 border = changed & *word & ~neighbours(word, direction);
       const uint32 found = border != 0 ? deletableOf(border, word) : 0;
-      _candidates[static_cast<SizeType>(first) + i] = found;
-      count += static_cast<SizeType>(std::popcount(found));
+      if (found != 0) {
+        state.candidates = found;
+        state.flags |= hasCandidates;
+        count += static_cast<SizeType>(std::popcount(found));
+      }
     }
     if (count > 0) {
-      flags |= hasCandidates;
+      flagsOfRow(first) |= hasCandidates;
     }
     return count;
   }
@@ -164,15 +172,15 @@ private:
       }
       for (SizeType sec = 0; sec < extents.sec; ++sec) {
         const int64 first = _object.offset(0, sec, tert);
-        uint8& flags = flagsOf(first);
-        if ((flags & hasCandidates) == 0) {
+        if ((flagsOfRow(first) & hasCandidates) == 0) {
           continue;
         }
-        flags = static_cast<uint8>(flags & ~hasCandidates);
+        flagsOfRow(first) &= static_cast<uint8>(~hasCandidates);
         for (int64 offset = first; offset < first + static_cast<int64>(extents.prim); ++offset) {
-          const uint32 candidates = _candidates[static_cast<SizeType>(offset)];
-          if (candidates != 0) {
-            isAnyDeleted = deleteInWord(offset, candidates, set) || isAnyDeleted;
+          WordState& state = stateOf(offset);
+          if ((state.flags & hasCandidates) != 0) {
+            state.flags &= static_cast<uint8>(~hasCandidates);
+            isAnyDeleted = deleteInWord(offset, state.candidates, set) || isAnyDeleted;
           }
         }
       }
@@ -204,39 +212,52 @@ private:
     const uint32 before = deleted << 31, behind = deleted >> 31;
     for (int64 tert = -_strideTert; tert <= _strideTert; tert += _strideTert) {
       for (int64 sec = -_strideSec; sec <= _strideSec; sec += _strideSec) {
-        uint32* const word = _changes[set].data() + offset + tert + sec;
-        word[-1] |= before;
-        word[0] |= around;
-        word[1] |= behind;
-        flagsOf(offset + tert + sec) |= static_cast<uint8>(1 << set);
+        const int64 row = offset + tert + sec;
+        flagsOfRow(row) |= static_cast<uint8>(1 << set);
+        markWord(row, around, set);
+        if (before != 0) {
+          markWord(row - 1, before, set);
+        }
+        if (behind != 0) {
+          markWord(row + 1, behind, set);
+        }
       }
     }
   }
+  void markWord(int64 offset, uint32 voxels, std::size_t set) {
+    WordState& state = stateOf(offset);
+    state.changes[set] |= voxels;
+    state.flags |= static_cast<uint8>(1 << set);
+  }
 
   void clearChanges(std::size_t set) {
-    const auto isIn = static_cast<uint8>(1 << set);
+    const auto others = static_cast<uint8>(~(1 << set));
+    const auto length = static_cast<SizeType>(_strideSec);
     _changedRows = 0;
     for (SizeType row = 0; row < _rowFlags.size(); ++row) {
-      if ((_rowFlags[row] & isIn) != 0) {
-        _rowFlags[row] = static_cast<uint8>(_rowFlags[row] & ~isIn);
-        std::fill_n(_changes[set].data() + static_cast<int64>(row) * _strideSec, _strideSec, 0);
+      if ((_rowFlags[row] & ~others) != 0) {
+        _rowFlags[row] &= others;
+        for (SizeType word = row * length; word < (row + 1) * length; ++word) {
+          _states[word].changes[set] = 0;
+          _states[word].flags &= others;
+        }
       }
       _changedRows += _rowFlags[row] != 0 ? 1u : 0u;
     }
   }
 
-  uint8& flagsOf(int64 offset) { return _rowFlags[static_cast<SizeType>(offset / _strideSec)]; }
+  WordState& stateOf(int64 offset) { return _states[static_cast<SizeType>(offset)]; }
+  uint8& flagsOfRow(int64 offset) { return _rowFlags[static_cast<SizeType>(offset / _strideSec)]; }
 
   OperatorBase& _self;
   const int _threads;
   const PaddedVolume<uint32>& _object;
   uint32* const _bits;
   const int64 _strideSec, _strideTert;
-  std::vector<uint32> _candidates;
+  std::vector<WordState> _states;  // of all words, shell included
   std::vector<SizeType> _candidatesOfSlice;
-  std::array<std::vector<uint32>, directions> _changes;  // of the passes in turn
-  std::vector<uint8> _rowFlags;                          // of all rows, shell included
-  SizeType _changedRows = 0;                             // of the five passes before the last
+  std::vector<uint8> _rowFlags;  // those of the words of a row together
+  SizeType _changedRows = 0;     // of the five passes before the last
   SizeType _pass = 0;
   SizeType _lastCandidates = 0, _mostCandidates = 0;
   double _progress = 0.0;
