@@ -16,12 +16,15 @@ export CMAKE_GENERATOR CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
 
 SOURCES = git ls-files -z -- '*.hpp' '*.cpp'
 
-.PHONY: demo test bench asan tsan fuzz docs format tidy release packages packages-sanitizers
+.PHONY: demo test bench asan tsan fuzz docs format tidy release packages packages-sanitizers packages-tests
 
-demo: release
+demo: packages
+	@echo "Building the library and the command-line tool, without the tests: a few minutes"
+	cmake --preset release
+	cmake --build --preset release --target tavi
 	scripts/demo $(INPUT)
 
-test: release
+test: packages-tests release
 	ctest --preset release
 
 bench: packages
@@ -58,6 +61,9 @@ release: packages
 
 packages:
 	@scripts/install-dependencies
+
+packages-tests:
+	@scripts/install-dependencies --tests
 
 packages-sanitizers:
 	@scripts/install-dependencies --sanitizers
