@@ -179,7 +179,7 @@ std::vector<Contestant> principal(SizeType bytes, int threads) {
 [[maybe_unused]] const bool registered = [] {
   Impl::forEachType(Impl::TypeList<uint8, uint16, int32, float32>(), []<class T>() {
     const std::string type = std::string("<") + Tavi::typeName<T> + ">";
-    for (const SizeType factor : {2u, 3u, 4u, 8u}) {
+    for (const SizeType factor : {2u, 4u, 8u}) {
       registerContest("Binning" + std::to_string(factor) + type,
                       [factor](SizeType bytes, int threads) { return binning<T>(bytes, threads, factor); });
     }

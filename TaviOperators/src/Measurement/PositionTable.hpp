@@ -1,16 +1,20 @@
 #pragma once
 
+#include <Impl/Loops/SliceLoop.hpp>
+#include <Operator.hpp>
 #include <Tavi/Types.hpp>
+#include <Tavi/Volume.hpp>
 
 #include <Measurement/SelectedVoxels.hpp>
 #include <Measurement/SymmetricEigen.hpp>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
 #include <limits>
-#include <memory>
 #include <utility>
+#include <vector>
 
 namespace NORV::TaviOperators::Impl {
 
@@ -22,14 +26,14 @@ public:
   explicit PositionTable(SizeType count)
       : _count(count),
         _columns(count + count % 2),
-        _data(std::make_unique_for_overwrite<double[]>(3 * _columns)) {
+        _block(_columns == 0 ? Dimension<SizeType>() : Dimension<SizeType>(_columns, 3, 1)) {
     for (std::size_t axis = 0; axis < 3 && count != _columns; ++axis) {
       row(axis)[count] = 0.0;
     }
   }
 
-  double* row(std::size_t axis) { return _data.get() + axis * _columns; }
-  const double* row(std::size_t axis) const { return _data.get() + axis * _columns; }
+  double* row(std::size_t axis) { return _block.getData() + axis * _columns; }
+  const double* row(std::size_t axis) const { return _block.getData() + axis * _columns; }
 
   /// Enters the selected voxels of a slice from column `to` on.
   template <class T>
@@ -45,9 +49,13 @@ public:
       };
       forEachSelection(view.row(sec, tert), view.dimPrim, view.stridePrim, value, [&](SizeType begin, uint64 word) {
         if (word == ~uint64{0}) {
+          const double first = static_cast<double>(begin);
           for (SizeType i = 0; i < wordBits; ++i) {
-            enter(begin + i);
+            x[i] = first + static_cast<double>(i) - centre[0];
           }
+          y = std::fill_n(y, wordBits, dy);
+          z = std::fill_n(z, wordBits, dz);
+          x += wordBits;
           return;
         }
         for (; word != 0; word &= word - 1) {
@@ -84,25 +92,58 @@ public:
     return matrix;
   }
 
-  /// The smallest and the largest coordinate along an axis; NaN if there is no voxel or the axis is NaN.
-  std::pair<double, double> boundsAlong(const Vector3& axis) const {
+  /// The smallest and the largest coordinates along the rows of a basis.
+  struct Bounds {
+    Vector3 low, high;
+  };
+
+  /// NaN if there is no voxel or the basis is NaN. Which of equal bounds results makes no difference, so the columns
+  /// are shared out to the threads.
+  Bounds boundsAlong(OperatorBase& self, int threads, const Matrix3& basis) const {
+    constexpr SizeType most = 65536;
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-    if (_count == 0 || dot(axis, axis) != dot(axis, axis)) {
-      return {nan, nan};
+    if (_count == 0 || dot(basis[0], basis[0]) != dot(basis[0], basis[0])) {
+      return {{nan, nan, nan}, {nan, nan, nan}};
     }
-    const double *x = row(0), *y = row(1), *z = row(2);
-    double low = std::numeric_limits<double>::infinity(), high = -low;
-    for (SizeType i = 0; i < _count; ++i) {
-      const double along = axis[0] * x[i] + axis[1] * y[i] + axis[2] * z[i];
-      low = along < low ? along : low;
-      high = high < along ? along : high;
+    std::vector<Bounds> parts((_count - 1) / most + 1);
+    forEachSlice(self, threads, parts.size(), Steps::silent, [&](SizeType part) {
+      for (std::size_t axis = 0; axis < 3; ++axis) {
+        const auto [low, high] = boundsOf(part * most, std::min(_count, (part + 1) * most), basis[axis]);
+        parts[part].low[axis] = low;
+        parts[part].high[axis] = high;
+      }
+    });
+    Bounds all = parts.front();
+    for (const Bounds& part : parts) {
+      for (std::size_t axis = 0; axis < 3; ++axis) {
+        all.low[axis] = std::min(all.low[axis], part.low[axis]);
+        all.high[axis] = std::max(all.high[axis], part.high[axis]);
+      }
     }
-    return {low, high};
+    return all;
   }
 
 private:
+  /// Of the columns from `begin` to `end`, of which there is at least one. Several chains hide the latency.
+  std::pair<double, double> boundsOf(SizeType begin, SizeType end, const Vector3& axis) const {
+    constexpr SizeType chains = 16;
+    const double *x = row(0), *y = row(1), *z = row(2);
+    std::array<double, chains> low, high;
+    low.fill(std::numeric_limits<double>::infinity());
+    high.fill(-std::numeric_limits<double>::infinity());
+    for (SizeType i = begin; i < end; i += chains) {
+      const SizeType length = std::min(chains, end - i);
+      for (SizeType k = 0; k < length; ++k) {
+        const double along = axis[0] * x[i + k] + axis[1] * y[i + k] + axis[2] * z[i + k];
+        low[k] = along < low[k] ? along : low[k];
+        high[k] = high[k] < along ? along : high[k];
+      }
+    }
+    return {*std::min_element(low.begin(), low.end()), *std::max_element(high.begin(), high.end())};
+  }
+
   SizeType _count, _columns;
-  std::unique_ptr<double[]> _data;
+  Volume<float64> _block;  // large blocks of volumes lie on huge pages
 };
 
 }  // namespace NORV::TaviOperators::Impl

@@ -54,14 +54,10 @@ private:
   void average(const Impl::View<const T>& input, const Impl::View<T>& output, const Impl::BlockSize& block,
                int threads) {
     this->setTotal(output.dimTert);
-    const bool isExact = Impl::sumsFit32Bits<T>(block);
+    const auto averageRow = Impl::chooseAverage(input, block);
     Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted, [&](SizeType tert) {
       for (SizeType sec = 0; sec < output.dimSec; ++sec) {
-        if (isExact) {
-          Impl::averageBlocks<int32>(input, sec, tert, block, output);
-        } else {
-          Impl::averageBlocks<double>(input, sec, tert, block, output);
-        }
+        averageRow(input, sec, tert, block, output);
       }
     });
   }

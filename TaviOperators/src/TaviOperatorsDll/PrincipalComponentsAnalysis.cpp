@@ -91,31 +91,35 @@ public:
       }
     });
     if (!this->isAborted()) {
-      store(*parameter, centre, table);
+      store(*parameter, threads, centre, table);
     }
   }
 
 private:
-  static void store(Parameter& parameter, const Impl::Vector3& centre, const Impl::PositionTable& table) {
+  void store(Parameter& parameter, int threads, const Impl::Vector3& centre, const Impl::PositionTable& table) {
     const Impl::EigenSystem system = Impl::eigenSystem(table.covariance());
     const Impl::Matrix3 basis = Impl::rightHandedBasis(system.vectors);
     const Impl::EulerAngles angles = Impl::eulerAnglesOf(basis);
+    const bool isBoxed = parameter.inputEnableAffineTransform.value();
+    const auto bounds = isBoxed ? table.boundsAlong(*this, threads, basis) : Impl::PositionTable::Bounds();
+    if (this->isAborted()) {
+      return;
+    }
     parameter.outputTranslationMatrix = makeCentring(centre);
     parameter.outputRotationMatrix = makeRotation(angles);
     parameter.outputEigenValues = Triple<float64>(system.values[0], system.values[1], system.values[2]);
-    if (parameter.inputEnableAffineTransform.value()) {
-      storeBox(parameter, centre, basis, angles, table);
+    if (isBoxed) {
+      storeBox(parameter, centre, angles, bounds);
     }
   }
 
-  static void storeBox(Parameter& parameter, const Impl::Vector3& centre, const Impl::Matrix3& basis,
-                       const Impl::EulerAngles& angles, const Impl::PositionTable& table) {
+  static void storeBox(Parameter& parameter, const Impl::Vector3& centre, const Impl::EulerAngles& angles,
+                       const Impl::PositionTable::Bounds& bounds) {
     Impl::Vector3 origin{};
     std::array<SizeType, 3> size{};
     for (std::size_t axis = 0; axis < 3; ++axis) {
-      const auto [low, high] = table.boundsAlong(basis[axis]);
-      origin[axis] = std::floor(Impl::roundedBound(low));
-      const double extent = std::ceil(Impl::roundedBound(high)) - origin[axis] + 1.0;
+      origin[axis] = std::floor(Impl::roundedBound(bounds.low[axis]));
+      const double extent = std::ceil(Impl::roundedBound(bounds.high[axis])) - origin[axis] + 1.0;
       size[axis] = std::isfinite(extent) ? static_cast<SizeType>(extent) : 0;
     }
     const SmartPointer<CombinedMatrix<float64>> all(new CombinedMatrix<float64>);

@@ -120,12 +120,10 @@ private:
     if (!cells.areBlocks()) {
       averageSlices(output, threads,
                     [&](SizeType sec, SizeType tert) { averageCells(input, sec, tert, cells, output); });
-    } else if (const Impl::BlockSize block = cells.block(); Impl::sumsFit32Bits<T>(block)) {
-      averageSlices(output, threads,
-                    [&](SizeType sec, SizeType tert) { Impl::averageBlocks<int32>(input, sec, tert, block, output); });
     } else {
-      averageSlices(output, threads,
-                    [&](SizeType sec, SizeType tert) { Impl::averageBlocks<double>(input, sec, tert, block, output); });
+      const Impl::BlockSize block = cells.block();
+      const auto averageRow = Impl::chooseAverage(input, block);
+      averageSlices(output, threads, [&](SizeType sec, SizeType tert) { averageRow(input, sec, tert, block, output); });
     }
   }
 
