@@ -17,7 +17,8 @@
 /// - Memory: none beyond the output if its slices are dense, otherwise one slice; the output's size is at most what the
 ///   compression allows a file of this size to hold.
 /// - Threads: serial. One step of progress per slice. After an abort the volume is filled in part.
-/// - Cost: as libtiff decodes.
+/// - Cost: as libtiff decodes. The directories are read three times, some microseconds each, as all are checked before
+///   the first image is decoded.
 namespace NORV::TaviOperators::TiffVolumeReader {
 
 class Parameter final : public CompositeOfProperties<Parameter> {
