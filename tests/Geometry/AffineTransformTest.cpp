@@ -6,6 +6,7 @@
 #include <omp.h>
 
 #include <atomic>
+#include <random>
 #include <thread>
 
 namespace NORV::Tests {
@@ -174,6 +175,39 @@ TEST(AffineTransform, OddSizesAndManySlices) {
           expectCase<float64, float64>(cases()[one], isLinear, input, denseLayout, output, denseLayout, 2);
         }
       }
+    }
+  }
+}
+
+TEST(AffineTransform, LongRowsAndManySlicesInEveryLayout) {
+  const RuntimeSettings settings;
+  for (const Layout& layout : {denseLayout, someLayouts()[2], someLayouts()[3]}) {
+    for (const bool isLinear : {true, false}) {
+      for (const std::size_t one : {1u, 5u, 10u, 11u, 14u, 15u}) {
+        expectCase<uint8, float64>(cases()[one], isLinear, {700, 3, 4}, layout, {1100, 2, 3}, layout, 2);
+        expectCase<float32, float64>(cases()[one], isLinear, {5, 70, 4}, layout, {3, 530, 2}, layout, 2);
+        expectCase<uint16, float64>(cases()[one], isLinear, {5, 3, 150}, layout, {20, 18, 140}, layout, 1);
+      }
+    }
+  }
+}
+
+TEST(AffineTransform, WholeMatricesMapVoxelsToVoxels) {
+  const RuntimeSettings settings;
+  std::mt19937 random(7);
+  std::uniform_int_distribution<int> any(-2, 2), offset(-9, 9);
+  for (int attempt = 0; attempt < 300; ++attempt) {
+    // The inverse of a matrix of determinant 1 or -1 is whole.
+    Table matrix = translation(offset(random), offset(random), offset(random));
+    for (std::size_t i = 0; i < 3; ++i) {
+      for (std::size_t j = 0; j < 3; ++j) {
+        matrix[i][j] = any(random);
+      }
+    }
+    if (const double d = determinant(matrix); d == 1 || d == -1) {
+      expectCase<int16, float64>({"whole", matrix}, attempt % 2 == 0, {9, 7, 6},
+                                 someLayouts()[static_cast<std::size_t>(attempt) % 6], {11, 9, 8},
+                                 someLayouts()[static_cast<std::size_t>(attempt) / 6 % 6], 1);
     }
   }
 }

@@ -10,15 +10,42 @@
 #include <Geometry/AffineMap.hpp>
 #include <Geometry/Sampler.hpp>
 #include <Geometry/VectorSampler.hpp>
+#include <Geometry/WholeSteps.hpp>
 #include <Vectors/PlainConversion.hpp>
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <type_traits>
+#include <utility>
 
 /// Resampling of a view through a matrix.
 namespace NORV::TaviOperators::Geometry {
 
 enum class Interpolation { nearest, linear };
+
+/// The order in which the voxels of an output are visited, in tiles that keep their part of the source in the cache.
+struct Tiles {
+  static constexpr SizeType mostColumns = 512;
+
+  SizeType columns, rows, slices;
+  bool isInnermostTert;  // the slices of a tile are visited for each row, else the rows for each slice
+
+  /// As measured: while the rows of an output stay in a slice of the source, whole rows are best where they stay in a
+  /// few rows of it, narrow columns elsewhere. Rows that cross slices need tiles of all three axes; those that step
+  /// from slice to slice meet the same few sets of the cache, so that their tiles are small.
+  static Tiles choose(const AffineMap& map, bool hasWholeSteps, const SizeType columns) {
+    const TransformMatrix& m = map.matrix();
+    const auto length = static_cast<float64>(columns);
+    const bool crossesSlices = !(map.isAffine() && std::abs(m[2][0]) * length < 4);
+    const bool crossesRows = !(std::abs(m[1][0]) * length < 16);
+    const bool isInnermostTert = std::abs(m[0][2]) > std::abs(m[0][1]);
+    if (crossesSlices) {
+      return hasWholeSteps ? Tiles{16, 16, 16, isInnermostTert} : Tiles{128, 16, 16, false};
+    }
+    return crossesRows ? Tiles{64, mostColumns, 1, false} : Tiles{mostColumns, mostColumns, 1, false};
+  }
+};
 
 /// The voxels of an output, piece by piece. It only reads, so all threads share one.
 template <class T>
@@ -32,24 +59,40 @@ public:
 #ifdef TAVI_WIDE_VECTORS
         _vectors(_sampler),
 #endif
+        _whole(map, source, output),
+        _tiles(Tiles::choose(map, hasWholeSteps(), output.dimPrim)),
         _output(output) {
   }
 
-  /// The slices [begin, end) of the output. Tiles keep their part of the source in the cache.
+  /// How many slices are best written together.
+  SizeType slicesPerTile() const { return _tiles.slices; }
+
+  /// The slices [begin, end) of the output.
   void run(SizeType begin, SizeType end) const {
-    for (SizeType y = 0; y < _output.dimSec; y += tileRows) {
-      for (SizeType x = 0; x < _output.dimPrim; x += tileColumns) {
+    for (SizeType y = 0; y < _output.dimSec; y += _tiles.rows) {
+      for (SizeType x = 0; x < _output.dimPrim; x += _tiles.columns) {
         tile(x, y, begin, end);
       }
     }
   }
 
 private:
-  static constexpr SizeType tileRows = 16, tileColumns = 64;
+  /// Interpolation between whole positions changes nothing, but for voxels that are infinite, NaN or have fractions.
+  bool hasWholeSteps() const {
+    return _whole.isUsable() && (_interpolation == Interpolation::nearest || std::is_integral_v<T>);
+  }
 
   void tile(SizeType x, SizeType firstRow, SizeType begin, SizeType end) const {
-    const SizeType columns = std::min(tileColumns, _output.dimPrim - x);
-    const SizeType endRow = std::min(firstRow + tileRows, _output.dimSec);
+    const SizeType columns = std::min(_tiles.columns, _output.dimPrim - x);
+    const SizeType endRow = std::min(firstRow + _tiles.rows, _output.dimSec);
+    if (_tiles.isInnermostTert) {
+      for (SizeType y = firstRow; y < endRow; ++y) {
+        for (SizeType z = begin; z < end; ++z) {
+          piece(x, columns, y, z);
+        }
+      }
+      return;
+    }
     for (SizeType z = begin; z < end; ++z) {
       for (SizeType y = firstRow; y < endRow; ++y) {
         piece(x, columns, y, z);
@@ -62,7 +105,7 @@ private:
     if (_output.hasDenseRows()) {
       return compute(x, count, y, z, row);
     }
-    std::array<T, tileColumns> buffer;
+    std::array<T, Tiles::mostColumns> buffer;
     compute(x, count, y, z, buffer.data());
     for (SizeType i = 0; i < count; ++i) {
       row[static_cast<int64>(i) * _output.stridePrim] = buffer[i];
@@ -70,10 +113,21 @@ private:
   }
 
   void compute(SizeType x, SizeType count, SizeType y, SizeType z, T* to) const {
+    if (hasWholeSteps()) {
+      return _whole.row(x, count, y, z, _sampler.outer(), to);
+    }
     const AffineMap::Sums start = _map.rowStart(y, z);
 #ifdef TAVI_WIDE_VECTORS
     if (_vectors.isUsable() && x + count <= AffineMap::exactColumns) {
-      return _map.isAffine() ? vectors<true>(x, count, start, to) : vectors<false>(x, count, start, to);
+      if (_interpolation == Interpolation::nearest) {
+        return vectors(x, count, start, to, [](const auto& sampler, auto... at) { sampler.nearest(at...); });
+      }
+      if (_vectors.isPaired()) {
+        return vectors(x, count, start, to,
+                       [](const auto& sampler, auto... at) { sampler.template linear<true>(at...); });
+      }
+      return vectors(x, count, start, to,
+                     [](const auto& sampler, auto... at) { sampler.template linear<false>(at...); });
     }
 #endif
     for (SizeType i = 0; i < count; ++i) {
@@ -94,10 +148,13 @@ private:
   }
 
 #ifdef TAVI_WIDE_VECTORS
-  template <bool isAffine>
-  void vectors(SizeType x, SizeType count, const AffineMap::Sums& start, T* to) const {
+  /// `sample(sampler, px, py, pz, to)` writes a vector of voxels.
+  template <class Sample>
+  void vectors(SizeType x, SizeType count, const AffineMap::Sums& start, T* to, const Sample& sample) const {
     using Lanes = Impl::VectorLanes<float64>;
     const AffineMap::Sums change = _map.perColumn();
+    const bool isAffine = _map.isAffine();
+    const VectorSampler<T> sampler = _vectors;  // a copy, which no store into the row can change
     const SizeType step = Lanes::count();
     for (SizeType done = 0; done < count; done += step) {
       const auto columns = hn::Iota(Lanes::Tag(), static_cast<float64>(x + done));
@@ -105,28 +162,19 @@ private:
         return hn::Add(Lanes::set(start[row]), hn::Mul(Lanes::set(change[row]), columns));
       };
       auto px = sum(0), py = sum(1), pz = sum(2);
-      if constexpr (!isAffine) {
+      if (!isAffine) {
         const auto w = sum(3);
         px = hn::Div(px, w);
         py = hn::Div(py, w);
         pz = hn::Div(pz, w);
       }
       if (count - done >= step) {
-        sample(px, py, pz, to + done);
+        sample(sampler, px, py, pz, to + done);
       } else {
         std::array<T, hn::MaxLanes(Lanes::Tag())> last;
-        sample(px, py, pz, last.data());
+        sample(sampler, px, py, pz, last.data());
         std::copy_n(last.data(), count - done, to + done);
       }
-    }
-  }
-
-  template <class V>
-  void sample(V x, V y, V z, T* to) const {
-    if (_interpolation == Interpolation::nearest) {
-      _vectors.nearest(x, y, z, to);
-    } else {
-      _vectors.linear(x, y, z, to);
     }
   }
 #endif
@@ -137,6 +185,8 @@ private:
 #ifdef TAVI_WIDE_VECTORS
   VectorSampler<T> _vectors;
 #endif
+  WholeSteps<T> _whole;
+  Tiles _tiles;
   View<T> _output;
 };
 
@@ -156,9 +206,8 @@ void resample(OperatorBase& self, int threads, const AffineMap& map, Interpolati
   const View<const T> read = copy == nullptr ? source : Impl::inputViewOf(std::as_const(*copy));
   const Resampling<T> resampling(map, interpolation, outer, read, output);
 
-  // Slices of one group share the part of the source that a tile reads.
   const auto parts = static_cast<SizeType>(Impl::teamSize(threads, output.dimTert)) * 4;
-  const SizeType group = std::clamp<SizeType>(output.dimTert / parts, 1, 16);
+  const SizeType group = std::clamp<SizeType>(output.dimTert / parts, 1, resampling.slicesPerTile());
   const SizeType groups = output.dimTert / group + (output.dimTert % group != 0 ? 1 : 0);
   Impl::forEachSlice(self, threads, groups, Impl::Steps::silent, [&](SizeType index) {
     const SizeType begin = index * group, end = std::min(begin + group, output.dimTert);

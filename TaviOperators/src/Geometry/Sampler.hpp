@@ -40,7 +40,7 @@ struct Corners {
 /// The trilinear blend at the fractions fx, fy, fz of the cell, on one kind of lanes. The order of the operations is
 /// part of the result.
 template <class Lanes, class V = typename Lanes::V>
-V blend(Lanes, const Corners<V>& c, V fx, V fy, V fz) {
+[[gnu::always_inline]] inline V blend(Lanes, const Corners<V>& c, V fx, V fy, V fz) {
   const auto add = [](V a, V b) { return Lanes::add(a, b); };
   const auto sub = [](V a, V b) { return Lanes::sub(a, b); };
   const auto mul = [](V a, V b) { return Lanes::mul(a, b); };

@@ -58,10 +58,13 @@ public:
   /// A word fits into the memory of the view, and double precision holds each offset in bytes exactly.
   bool isUsable() const { return _lowest <= _lastWord && _lastWord - _lowest < exactOffsets; }
 
+  /// Neighbours along x are neighbours in memory.
+  bool isPaired() const { return _sampler.source().stridePrim == 1; }
+
   static SizeType count() { return Lanes::count(); }
 
   /// Writes the nearest voxels of `count()` positions.
-  void nearest(V x, V y, V z, T* output) const {
+  [[gnu::always_inline]] void nearest(V x, V y, V z, T* output) const {
     const V half = Lanes::set(0.5);
     x = hn::Add(x, half);
     y = hn::Add(y, half);
@@ -79,8 +82,9 @@ public:
     storeBits(hn::BitCast(Words(), hn::IfThenElse(inside, hn::BitCast(Tag(), voxel), outer)), output);
   }
 
-  /// Writes the rounded trilinear samples of `count()` positions.
-  void linear(V x, V y, V z, T* output) const {
+  /// Writes the rounded trilinear samples of `count()` positions. `paired` is what `isPaired` returns.
+  template <bool paired>
+  [[gnu::always_inline]] void linear(V x, V y, V z, T* output) const {
     const Mask touching =
         hn::And(hn::And(isWithin(x, -1, _extents[0]), isWithin(y, -1, _extents[1])), isWithin(z, -1, _extents[2]));
     if (_isOuterConstant && hn::AllFalse(Tag(), touching)) {
@@ -92,13 +96,13 @@ public:
                           isWithin(z, 0, _extents[2] - 1));
     inside = hn::And(inside, hn::Le(offset, Lanes::set(_lastCell)));
     if (hn::AllTrue(Tag(), inside)) {
-      return Lanes::store(rounded(offset, hn::Sub(x, i), hn::Sub(y, j), hn::Sub(z, k)), output);
+      return Lanes::store(rounded<paired>(offset, hn::Sub(x, i), hn::Sub(y, j), hn::Sub(z, k)), output);
     }
     if (hn::AllFalse(Tag(), inside)) {
       Lanes::store(Lanes::set(_roundedOuter), output);
     } else {
       offset = hn::IfThenElse(inside, offset, Lanes::set(anyCell(inside, offset)));
-      const V values = rounded(offset, hn::Sub(x, i), hn::Sub(y, j), hn::Sub(z, k));
+      const V values = rounded<paired>(offset, hn::Sub(x, i), hn::Sub(y, j), hn::Sub(z, k));
       Lanes::store(hn::IfThenElse(inside, values, Lanes::set(_roundedOuter)), output);
     }
     storeBorder(_isOuterConstant ? hn::AndNot(inside, touching) : hn::Not(inside), x, y, z, output);
@@ -108,27 +112,24 @@ private:
   static constexpr float64 exactOffsets = 1125899906842624.0;  // 2^50
   static constexpr bool isFloating = std::is_floating_point_v<T>;
 
-  /// Neighbours along x are neighbours in memory.
-  bool isPaired() const { return _sampler.source().stridePrim == 1; }
-
-  static Mask isWithin(V value, float64 low, float64 end) {
+  [[gnu::always_inline]] static Mask isWithin(V value, float64 low, float64 end) {
     return hn::And(hn::Ge(value, Lanes::set(low)), hn::Lt(value, Lanes::set(end)));
   }
 
   /// From the first voxel, in bytes.
-  V offsetOf(V i, V j, V k) const {
+  [[gnu::always_inline]] V offsetOf(V i, V j, V k) const {
     const V rows = hn::Add(hn::Mul(j, Lanes::set(_strides[1])), hn::Mul(k, Lanes::set(_strides[2])));
     return hn::Add(hn::Mul(i, Lanes::set(_strides[0])), rows);
   }
 
   /// Whole numbers of up to 51 bits as integers: a sum of this size has them in its low bits.
-  static auto wholeOf(V value) {
+  [[gnu::always_inline]] static auto wholeOf(V value) {
     const hn::RebindToSigned<Tag> whole;
     const V shifted = Lanes::set(6755399441055744.0);  // 1.5 * 2^52
     return hn::Sub(hn::BitCast(whole, hn::Add(value, shifted)), hn::BitCast(whole, shifted));
   }
 
-  Word wordsAt(V offsets) const {
+  [[gnu::always_inline]] Word wordsAt(V offsets) const {
 #if HWY_TARGET <= HWY_AVX2
     return hn::GatherOffset(Words(), reinterpret_cast<const uint64*>(_data), wholeOf(offsets));
 #else
@@ -144,7 +145,7 @@ private:
   }
 
   /// The voxel in the low bytes of each word, exactly.
-  static V voxelOf(Word words) {
+  [[gnu::always_inline]] static V voxelOf(Word words) {
     if constexpr (std::is_same_v<T, float64>) {
       return hn::BitCast(Tag(), words);
     } else if constexpr (isFloating) {
@@ -163,7 +164,8 @@ private:
   }
 
   /// The voxels at an offset and of their neighbours along x.
-  void readPair(V offset, V& first, V& second) const {
+  template <bool paired>
+  [[gnu::always_inline]] void readPair(V offset, V& first, V& second) const {
     const Word words = wordsAt(offset);
     first = voxelOf(words);
     if (sizeof(T) < sizeof(uint64) && isPaired()) {
@@ -173,14 +175,15 @@ private:
     }
   }
 
-  V rounded(V offset, V fx, V fy, V fz) const {
+  template <bool paired>
+  [[gnu::always_inline]] V rounded(V offset, V fx, V fy, V fz) const {
     const V sec = Lanes::set(_strides[1]), tert = Lanes::set(_strides[2]);
     Corners<V> c;
-    readPair(offset, c.c000, c.c100);
-    readPair(hn::Add(offset, sec), c.c010, c.c110);
+    readPair<paired>(offset, c.c000, c.c100);
+    readPair<paired>(hn::Add(offset, sec), c.c010, c.c110);
     const V beyond = hn::Add(offset, tert);
-    readPair(beyond, c.c001, c.c101);
-    readPair(hn::Add(beyond, sec), c.c011, c.c111);
+    readPair<paired>(beyond, c.c001, c.c101);
+    readPair<paired>(hn::Add(beyond, sec), c.c011, c.c111);
     return hn::Floor(hn::Add(blend(Lanes(), c, fx, fy, fz), Lanes::set(0.5)));
   }
 
@@ -191,7 +194,7 @@ private:
   }
 
   /// The lanes of the mask one by one, with tests for each corner.
-  void storeBorder(Mask border, V x, V y, V z, T* output) const {
+  [[gnu::noinline]] void storeBorder(Mask border, V x, V y, V z, T* output) const {
     if (hn::AllFalse(Tag(), border)) {
       return;
     }
