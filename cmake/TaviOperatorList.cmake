@@ -4,7 +4,9 @@
 set(operators_dir ${PROJECT_SOURCE_DIR}/TaviOperators)
 
 file(GLOB frame_sources CONFIGURE_DEPENDS ${operators_dir}/src/TaviOperatorsDll/*.cpp)
-file(GLOB other_sources CONFIGURE_DEPENDS ${operators_dir}/src/Core/*.cpp ${operators_dir}/src/NestedOperators/*.cpp)
+# Those of the core, the nested operators and the families.
+file(GLOB_RECURSE other_sources CONFIGURE_DEPENDS ${operators_dir}/src/*/*.cpp)
+list(FILTER other_sources EXCLUDE REGEX "/src/TaviOperatorsDll/")
 
 # <Op>.cpp is an operator; <Op>.<something>.cpp is a further translation unit of one.
 set(TAVI_OPERATORS "")
