@@ -4,7 +4,8 @@
 set(operators_dir ${PROJECT_SOURCE_DIR}/TaviOperators)
 
 file(GLOB frame_sources CONFIGURE_DEPENDS ${operators_dir}/src/TaviOperatorsDll/*.cpp)
-file(GLOB other_sources CONFIGURE_DEPENDS ${operators_dir}/src/Core/*.cpp ${operators_dir}/src/NestedOperators/*.cpp)
+file(GLOB other_sources CONFIGURE_DEPENDS ${operators_dir}/src/Core/*.cpp ${operators_dir}/src/Geometry/*.cpp
+     ${operators_dir}/src/NestedOperators/*.cpp)
 
 # <Op>.cpp is an operator; <Op>.<something>.cpp is a further translation unit of one.
 set(TAVI_OPERATORS "")
