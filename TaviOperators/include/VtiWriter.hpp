@@ -2,7 +2,7 @@
 
 #include <Parameter.hpp>
 
-/// Writes the view of a volume to a VTI file, the XML image data of the VTK toolkit.
+/// Writes the view of a volume to a VTI file, XML image data of the VTK toolkit.
 ///
 /// The format "ascii" writes numbers, of six significant digits where they are floating-point; "binary" writes base64
 /// inside the array, "appended" base64 at the end of the document. Base64 is compressed slice by slice on request.

@@ -27,21 +27,12 @@ using Tavi::Orientation;
 using Tavi::Persistence::Data;
 
 /// A block of memory that volumes of any voxel type can show.
-struct Block {
-  explicit Block(std::size_t bytes) : memory(new std::byte[bytes]), bytes(bytes) {
-    for (std::size_t i = 0; i < bytes; ++i) {
-      memory[i] = static_cast<std::byte>(i * 2654435761u >> 16 & 1 ? 3 : 0);
-    }
-  }
-  std::shared_ptr<std::byte[]> memory;
-  std::size_t bytes;
-};
+using Block = std::shared_ptr<std::vector<std::byte>>;
 
 template <class T>
 SmartPointer<IVolume> show(const Block& block, std::size_t firstVoxel, const Dimension<SizeType>& dimension) {
-  const auto memory = block.memory;
-  return SmartPointer<IVolume>(new Tavi::Volume<T>(dimension, reinterpret_cast<T*>(memory.get()) + firstVoxel,
-                                                   [memory](T*) { static_cast<void>(memory); }));
+  return SmartPointer<IVolume>(new Tavi::Volume<T>(dimension, reinterpret_cast<T*>(block->data()) + firstVoxel,
+                                                   [block](T*) { static_cast<void>(block); }));
 }
 
 template <class Body>
@@ -200,17 +191,17 @@ struct Overlap {
 };
 
 Overlap overlapping(int way, const IVolume& input, const IVolume& output) {
-  const auto block = std::make_shared<Block>(8192);
+  const Block block = std::make_shared<std::vector<std::byte>>(8192);
   Overlap result;
   const auto type = [](const IVolume& volume) { return shortName(volume.getVoxelType()); };
   const std::size_t shift = way == 0 ? 0 : way == 1 ? 1 : way == 2 ? 9 : 0;
-  forType(type(input), [&]<class T>() { result.input = show<T>(*block, 0, input.getDimension()); });
+  forType(type(input), [&]<class T>() { result.input = show<T>(block, 0, input.getDimension()); });
   fill(result.input, 99);
   Dimension<SizeType> extents = output.getDimension();
   if (way == 4 && extents == input.getDimension()) {
     extents = Dimension<SizeType>(extents.sec, extents.prim, extents.tert);
   }
-  forType(type(output), [&]<class T>() { result.output = show<T>(*block, shift, extents); });
+  forType(type(output), [&]<class T>() { result.output = show<T>(block, shift, extents); });
   if (way == 3) {
     result.output->setOrientation(Orientation(1, 3, 5));
   } else if (way == 4) {

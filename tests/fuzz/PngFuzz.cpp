@@ -9,6 +9,7 @@ using namespace NORV::TaviOperators;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const Fuzz::MemoryFile file(data, size);
   Fuzz::attemptFrame<DLL::PngReader::Operator>("PngReader");
+  Fuzz::attemptTyped("PngReader");
   return 0;
 }
 
