@@ -2,7 +2,7 @@
 
 #include <Parameter.hpp>
 
-/// Projects a volume along tert: the mean of each column, or of its masked part.
+/// Averages each column of a volume along tert, optionally within a mask.
 ///
 /// The output is one slice. Means of integers in an integer output are (sum + count / 2) / count in integer division,
 /// which rounds halves upwards for columns of non-negative sum; all others are divided in double precision.
