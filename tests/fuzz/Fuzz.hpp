@@ -50,7 +50,7 @@ public:
     require(pwrite(descriptor(), bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()),
             "a file in memory cannot be written");
   }
-  MemoryFile(const void* data, std::size_t size) : MemoryFile({static_cast<const char*>(data), size}) {}
+  MemoryFile(const void* data, std::size_t size) : MemoryFile(std::string_view(static_cast<const char*>(data), size)) {}
 
   static std::string name() { return "/proc/self/fd/" + std::to_string(descriptor()); }
   static std::string bytes() {
