@@ -326,15 +326,11 @@ public:
         return Tavi::VolumePtr<uint8>(
             new Tavi::Volume<uint8>(Tavi::Dimension<SizeType>(70, 3, 4), memory.data() + begin, {}));
       };
-      std::vector<uint8> plain = memory;
       const Extents extents{70, 3, 4};
-      for (std::size_t i = 0; i < size; ++i) {
-        plain[shift + i] = plain[i] == 1 ? 0 : startOf<uint8>(extents);
-      }
-      const std::vector<uint8> initialised(plain.begin() + static_cast<std::ptrdiff_t>(shift), plain.end());
+      const std::vector<uint8> before(memory.begin(), memory.begin() + static_cast<std::ptrdiff_t>(size));
       Frame().apply(request(over(0), over(shift), uint8{1}));
       expectSameVoxels(std::vector<uint8>(memory.begin() + static_cast<std::ptrdiff_t>(shift), memory.end()),
-                       twoPasses<uint8, uint8>(initialised, extents, 0, Case::allNeighbours));
+                       twoPasses<uint8, uint8>(before, extents, 1, Case::allNeighbours));
     }
   }
 

@@ -440,12 +440,8 @@ public:
         for (uint8& value : memory) {
           value = value == 9 ? 0 : 1;
         }
-        // A label is 0 where the voxel is.
-        std::vector<uint8> seen = memory, values(size);
-        for (std::size_t i = 0; i < size; ++i) {
-          values[i] = seen[inputBegin + i];
-          seen[outputBegin + i] = values[i];
-        }
+        const auto first = memory.begin() + static_cast<std::ptrdiff_t>(inputBegin);
+        const std::vector<uint8> values(first, first + static_cast<std::ptrdiff_t>(size));
         const auto parameter = request(over(inputBegin), over(outputBegin), uint8{0});
         Frame().apply(parameter);
         const auto begin = memory.begin() + static_cast<std::ptrdiff_t>(outputBegin);

@@ -273,7 +273,7 @@ TEST(SwitchLabelsRandomAbort, ReturnsNormallyAndTheNextRunIsWhole) {
   std::fill_n(input->getData(), input->getSize(), uint8{0});
   Frame frame;
   bool seen = false;
-  for (int attempt = 0; attempt < 50 && !seen; ++attempt) {
+  for (int attempt = 0; attempt < 1000 && !seen; ++attempt) {
     const auto parameter = request(input, nullptr, 4);
     std::atomic<bool> ended{false};
     std::thread other([&] {

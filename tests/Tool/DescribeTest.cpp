@@ -54,22 +54,53 @@ TEST(ToolDescribe, TellsTheKeysOfEveryParameterObjectInOrder) {
   }
 }
 
+/// The parts that every user asks for, and one sentence that fits a line.
+TEST(ToolDescribe, DocumentsEveryOperatorWhole) {
+  const json all = json::parse(run({"describe", "--json"}).out);
+  for (const json& op : all) {
+    SCOPED_TRACE(op["operator"]);
+    EXPECT_LE(std::string(op["summary"]).size(), 80u);
+    for (const char* part : {"Failures", "Memory", "Threads", "Cost"}) {
+      EXPECT_TRUE(op["documentation"].contains(part)) << part;
+    }
+    for (const json& key : op["keys"]) {
+      const bool isLike = std::string(key["takes"]) == "grey value";
+      EXPECT_EQ(isLike, !std::string(key["like"]).empty() && std::string(key["takes"]) != "number") << key["key"];
+      if (isLike) {
+        const auto isKey = [&key](const json& other) { return other["key"] == key["like"]; };
+        EXPECT_TRUE(std::any_of(op["keys"].begin(), op["keys"].end(), isKey)) << key["key"] << " is like no key";
+      }
+    }
+  }
+}
+
 TEST(ToolDescribe, ShowsAnOperatorAsText) {
   const Outcome outcome = run({"describe", "Saturation"});
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.out,
             "Saturation: Clamps every voxel of a volume to the range [inputLowerLimit, inputUpperLimit].\n"
             "\n"
-            "  inputVolume           input   volume                           required; volume to clamp\n"
-            "  outputVolume          output  volume                           target of the same voxel type; made if "
-            "absent\n"
-            "  inputUpperLimit       input   value of the input's voxel type  required; voxels at or above this grey "
-            "value take it\n"
-            "  inputLowerLimit       input   value of the input's voxel type  required; voxels at or below this grey "
-            "value take it\n"
-            "  inputNumberOfThreads  input   count                            worker threads; 0: all there are [0]\n"
+            "The upper limit is compared first, so it wins where the limits cross.\n"
             "\n"
-            "Voxel types: int8, uint8, int16, uint16, int32, uint32, float32, float64 (the same for all volumes)\n");
+            "  inputVolume           input   volume      required; volume to clamp\n"
+            "  outputVolume          output  volume      target of the same voxel type; made if absent\n"
+            "  inputUpperLimit       input   grey value  required; voxels at or above this grey value take it (of the "
+            "voxel type of inputVolume)\n"
+            "  inputLowerLimit       input   grey value  required; voxels at or below this grey value take it (of the "
+            "voxel type of inputVolume)\n"
+            "  inputNumberOfThreads  input   count       worker threads (0 to 2147483647; absent or 0: all processors) "
+            "[0]\n"
+            "\n"
+            "Voxel types: int8, uint8, int16, uint16, int32, uint32, float32, float64 (the same for all volumes)\n"
+            "\n"
+            "Border:   every voxel is written.\n"
+            "NaN:      stays NaN.\n"
+            "Failures: InvalidParameterObjectException without inputVolume or with volumes of different voxel\n"
+            "          types; NULLPointer without a limit, BadCast for a limit of another voxel type.\n"
+            "Memory:   none beyond the output.\n"
+            "Threads:  parallel over slices; the result does not depend on the number of threads. No steps of\n"
+            "          progress.\n"
+            "Cost:     one pass at the speed of memory.\n");
   EXPECT_EQ(outcome.err, "");
 }
 
@@ -86,7 +117,8 @@ TEST(ToolDescribe, LeavesOutVoxelTypesThatTheFrameRefuses) {
 TEST(ToolDescribe, TellsVoxelTypesOfVolumesOnlyAndInFewWords) {
   const auto types = [](const char* op) {
     const std::string text = run({"describe", op}).out;
-    return text.substr(std::min(text.find("Voxel types: "), text.size()));
+    const std::size_t begin = std::min(text.find("Voxel types: "), text.size());
+    return text.substr(begin, text.find('\n', begin) - begin + 1);
   };
   // The identifiers also name the class of the mask, and that of the records.
   EXPECT_EQ(types("HistogramUpdateMedian"), "Voxel types: uint8, uint16 (the same for all volumes)\n");
@@ -106,8 +138,9 @@ TEST(ToolDescribe, DescribesAllOperatorsAtOnce) {
   const std::string page = run({"describe", "--markdown"}).out;
   EXPECT_EQ(page.substr(0, 12), "# Operators\n");
   EXPECT_NE(
-      page.find("| `inputUpperLimit` | input | value of the input's voxel type | yes |  | voxels at or above this "
-                "grey value take it |\n"),
+      page.find(
+          "| `inputUpperLimit` | input | grey value | yes |  | voxels at or above this grey value take it (of the "
+          "voxel type of inputVolume) |\n"),
       std::string::npos);
 }
 

@@ -71,9 +71,8 @@ TEST(ToolInterrupt, AsksTheOperatorUntilItStops) {
 TEST(ToolInterrupt, EndsTheProcessWithStatus130AndTellsWhatIsLeft) {
   writeLargeRek("large.rek", 1024, 1024, 512);
   writeFile("out.rek", "old");
-  Running tool(
-      {"run", "Saturation", "inputVolume=large.rek", "inputLowerLimit=0", "inputUpperLimit=9", "outputVolume=out.rek",
-       "--progress"});
+  Running tool({"run", "Saturation", "inputVolume=large.rek", "inputLowerLimit=0", "inputUpperLimit=9",
+                "outputVolume=out.rek", "--progress"});
   ASSERT_TRUE(tool.waitForError("tavi: load large.rek\n"));
   tool.signal(SIGINT);
   const Outcome outcome = tool.finish();
@@ -87,9 +86,8 @@ TEST(ToolInterrupt, EndsTheProcessWithStatus130AndTellsWhatIsLeft) {
 TEST(ToolInterrupt, LeavesNoPartialFileBehind) {
   writeLargeRek("large.rek", 1024, 1024, 256);
   writeFile("out.rek", "old");
-  Running tool(
-      {"run", "Saturation", "inputVolume=large.rek", "inputLowerLimit=0", "inputUpperLimit=9", "outputVolume=out.rek",
-       "--progress"});
+  Running tool({"run", "Saturation", "inputVolume=large.rek", "inputLowerLimit=0", "inputUpperLimit=9",
+                "outputVolume=out.rek", "--progress"});
   ASSERT_TRUE(tool.waitForError("tavi: save out.rek\n"));
   tool.signal(SIGINT);
   const Outcome outcome = tool.finish();

@@ -5,6 +5,7 @@
 #include <Voxels.hpp>
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <cstddef>
 #include <cstdlib>
@@ -112,16 +113,9 @@ public:
   std::string run(const std::map<std::string, SmartPointer<IVolume>>& given,
                   std::map<std::string, SmartPointer<IVolume>>& outcome) const {
     const auto parameter = makeParameter(_op);
-    double value = 0;
-    for (const KeyDescription& key : _keys) {
-      if (const auto found = given.find(key.key); found != given.end()) {
-        parameter->setValue(key.key, SmartPointer<IComposite>(found->second));
-      } else if (isInput(key.key)) {
-        setOther(key, parameter, given, value);
-      }
-    }
-    std::srand(1);  // for the operator that draws from it
     try {
+      set(parameter, given);
+      std::srand(1);  // for the operator that draws from it
       makeFrame(_op)->apply(parameter);
     } catch (const Exceptions::Exception& e) {
       return e.getErrorMessage();
@@ -139,6 +133,17 @@ public:
   std::map<std::string, SmartPointer<IVolume>> volumes;
 
 private:
+  void set(const SmartPointer<IComposite>& parameter, const std::map<std::string, SmartPointer<IVolume>>& given) const {
+    double value = 0;
+    for (const KeyDescription& key : _keys) {
+      if (const auto found = given.find(key.key); found != given.end()) {
+        parameter->setValue(key.key, SmartPointer<IComposite>(found->second));
+      } else if (isInput(key.key)) {
+        setOther(key, parameter, given, value);
+      }
+    }
+  }
+
   void setOther(const KeyDescription& key, const SmartPointer<IComposite>& parameter,
                 const std::map<std::string, SmartPointer<IVolume>>& given, double& value) const {
     switch (key.info.takes) {
@@ -198,7 +203,7 @@ Overlap overlapping(int way, const IVolume& input, const IVolume& output) {
   forType(type(input), [&]<class T>() { result.input = show<T>(block, 0, input.getDimension()); });
   fill(result.input, 99);
   Dimension<SizeType> extents = output.getDimension();
-  if (way == 4 && extents == input.getDimension()) {
+  if (way == 4) {
     extents = Dimension<SizeType>(extents.sec, extents.prim, extents.tert);
   }
   forType(type(output), [&]<class T>() { result.output = show<T>(block, shift, extents); });
@@ -255,6 +260,9 @@ void checkPair(const Case& run, const std::string& input, const std::string& out
 }
 
 TEST(SharedMemory, OfAnyInputAndAnyOutputGivesTheVoxelsOfARunOnCopies) {
+#ifdef M_PERTURB
+  ::mallopt(M_PERTURB, 85);  // voxels of new memory, which some operators leave as they are, are the same in all runs
+#endif
   int ran = 0;
   for (const std::string& op : operatorNames()) {
     SCOPED_TRACE(op);

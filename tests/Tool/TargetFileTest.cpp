@@ -102,8 +102,10 @@ TEST_F(ToolTarget, KeepsTheReservedBytesOfTheHeaderThatItReplaces) {
 TEST_F(ToolTarget, IsCleanedUpOnEverySignalThatEndsPrograms) {
   for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
     const auto deaf = [number] { std::signal(number, SIG_DFL); };
-    Running tool({"demo", "--output", "target/demo", "--progress"}, deaf);
-    ASSERT_TRUE(tool.waitForError("\n"));
+    Running tool({"run", "HistogramUpdateMedian", "inputVolume=target/in.rek", "mask=ball:41x41x41",
+                  "outputVolume=target/out.rek", "--progress"},
+                 deaf);
+    ASSERT_TRUE(tool.waitForError("tavi: HistogramUpdateMedian\n"));
     tool.signal(number);
     const Outcome outcome = tool.finish();
     EXPECT_EQ(outcome.status, 128 + number) << outcome.err;

@@ -169,11 +169,14 @@ public:
     parameter->outputNumberOfLabels = 0;
     const InputPtr input(parameter->inputFirstVolume.value());
     requireGiven(input, failures.inApply(" input volume is NULL"));
+    // A volume that is made is stored at once; one that is given is not resized before the background is known.
     requireOutputClass<OutputPtr>(parameter->outputVolume.value());
+    if (parameter->outputVolume.value() == nullptr) {
+      parameter->outputVolume = OutputPtr(new Volume<Out>(input->getDimension()));
+    }
     const In background = parameter->inputBackgroundValue.template extractValue<In>();
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
-    parameter->outputVolume = output;
     _table.reset(parameter->inputExpectedNumberOfLabels.value());
 
     const auto labels = viewOf(*output);

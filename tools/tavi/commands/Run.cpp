@@ -50,7 +50,7 @@ Target parseTarget(const std::string& key, const std::string& text) {
 
 /// Whether the text stands for the middle of the mask that the position is one of.
 bool isMiddle(const KeyDescription& key, const std::string& text) {
-  return key.info.takes == Takes::dimension && key.key.ends_with("Anchor") && (text == "center" || text == "centre");
+  return key.info.takes == Takes::position && (text == "center" || text == "centre");
 }
 
 /// "mask" and "Mask" are short for "inputMask".
