@@ -59,6 +59,8 @@ public:
     const T* from = _source.data + (first + begin * _stride);
     if (_stride == 1) {
       std::copy_n(from, end - begin, to + begin);
+    } else if (_stride == -1) {
+      std::reverse_copy(from - (end - begin - 1), from + 1, to + begin);
     } else {
       for (int64 i = begin; i < end; ++i) {
         to[i] = from[(i - begin) * _stride];
