@@ -61,15 +61,19 @@ struct OneLane {
 #ifdef TAVI_USE_HIGHWAY
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// The low bits of 32-bit lanes. Bytes are reached by a conversion that saturates: on processors with AVX3_DL,
-/// `TruncateTo` of Highway 1.0 picks the wrong bytes.
+/// The low bits of unsigned lanes. On processors with AVX3_DL, `TruncateTo` of Highway 1.0 picks the wrong bytes except
+/// where it halves whole vectors of 512 bits or takes 64-bit lanes: there a conversion that saturates does the same.
 template <class Tag, class V>
 auto lowBits(Tag out, V bits) {
-  if constexpr (sizeof(hn::TFromD<Tag>) == 1) {
-    const hn::Rebind<uint32, Tag> wide;
-    return hn::DemoteTo(out, hn::BitCast(hn::Rebind<int32, Tag>(), hn::And(bits, hn::Set(wide, 0xFF))));
-  } else {
+  using Narrow = hn::TFromD<Tag>;
+  using Wide = hn::TFromV<V>;
+  constexpr bool isWhole = sizeof(Wide) == 2 * sizeof(Narrow) && hn::MaxLanes(Tag()) * sizeof(Wide) == 64;
+  if constexpr (HWY_TARGET != HWY_AVX3_DL || isWhole || sizeof(Wide) == 8) {
     return hn::TruncateTo(out, bits);
+  } else {
+    const hn::Rebind<Wide, Tag> wide;
+    const auto low = hn::And(bits, hn::Set(wide, static_cast<Wide>(static_cast<Narrow>(~Narrow(0)))));
+    return hn::DemoteTo(out, hn::BitCast(hn::Rebind<std::make_signed_t<Wide>, Tag>(), low));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <Tavi/Types.hpp>
 
+#include <Vectors/Lanes.hpp>
 #include <Vectors/LookupTable.hpp>
 
 #include <array>
@@ -112,7 +113,7 @@ private:
       auto* const bits = reinterpret_cast<OutBits*>(voxels);
       if constexpr (sizeof(Out) == 1) {
         const hn::Rebind<uint8, Tag> bytes;
-        hn::StoreU(hn::TruncateTo(bytes, values), bytes, bits);
+        hn::StoreU(lowBits(bytes, values), bytes, bits);
       } else {
         hn::StoreU(values, tag, bits);
       }

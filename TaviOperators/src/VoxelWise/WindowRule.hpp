@@ -115,7 +115,7 @@ private:
     using Bits = std::make_unsigned_t<Out>;
     if constexpr (sizeof(Out) == 1) {
       const hn::Rebind<Bits, Tag> narrow;
-      hn::StoreU(hn::TruncateTo(narrow, values), narrow, reinterpret_cast<Bits*>(to));
+      hn::StoreU(lowBits(narrow, values), narrow, reinterpret_cast<Bits*>(to));
     } else {
       hn::StoreU(values, tag, reinterpret_cast<Bits*>(to));
     }

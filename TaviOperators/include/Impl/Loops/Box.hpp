@@ -3,13 +3,14 @@
 #include <Impl/Loops/View.hpp>
 #include <Tavi/Dimension.hpp>
 #include <Tavi/Position.hpp>
+#include <Tavi/Types.hpp>
 
 namespace NORV::TaviOperators::Impl {
 
 /// A box of positions of a view.
 struct Box {
-  Tavi::Dimension<SizeType> size;
-  Tavi::Position<SizeType> origin;
+  Tavi::Dimension<Tavi::SizeType> size;
+  Tavi::Position<Tavi::SizeType> origin;
 };
 
 /// The part of a view inside a box; any empty box gives an empty view.

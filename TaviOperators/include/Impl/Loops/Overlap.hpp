@@ -12,7 +12,9 @@ enum class Aliasing { none, identical, partial };
 
 template <class A, class B>
 Aliasing aliasingOf(const View<A>& a, const View<B>& b) {
-  const auto sameAxis = [](Tavi::SizeType extent, int64 strideA, int64 strideB) { return extent <= 1 || strideA == strideB; };
+  const auto sameAxis = [](Tavi::SizeType extent, int64 strideA, int64 strideB) {
+    return extent <= 1 || strideA == strideB;
+  };
   const bool isSame = std::is_same_v<std::remove_const_t<A>, std::remove_const_t<B>> &&
                       static_cast<const void*>(a.data) == static_cast<const void*>(b.data) &&
                       sameAxis(a.dimPrim, a.stridePrim, b.stridePrim) && sameAxis(a.dimSec, a.strideSec, b.strideSec) &&
