@@ -1,5 +1,5 @@
-// The geometry operators beside a plain restatement of their rule, which runs on as many threads. One volume of 512 x
-// 512 x 512 voxels, or with TAVI_BENCHMARK_REK a REK file of uint8 voxels; the counter "ns/voxel" counts output voxels.
+// AffineTransform beside a plain restatement of its rule, which runs on as many threads. One volume of 512 x 512 x 512
+// voxels, or with TAVI_BENCHMARK_REK a REK file of uint8 voxels; the counter "ns/voxel" counts output voxels.
 
 #include "Objects.hpp"
 
