@@ -2,6 +2,7 @@
 
 #include <Impl/Loops/Box.hpp>
 #include <Impl/Loops/View.hpp>
+#include <Parameter.hpp>
 #include <Tavi/Dimension.hpp>
 #include <Tavi/Position.hpp>
 #include <Tavi/Types.hpp>

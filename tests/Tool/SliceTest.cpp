@@ -84,7 +84,7 @@ TEST_F(ToolSliceFailure, NamesWhatIsWrong) {
   EXPECT_EQ(complaint({"-o", "s.pgm", "--axis", "x", "--index", "4"}, 2),
             "tavi: --index 4: in.rek has slices 0 to 3 along x\n");
   EXPECT_EQ(complaint({"-o", "s.pgm", "--axis", "w"}, 2), "tavi: --axis w: expected x, y or z\n");
-  EXPECT_EQ(complaint({"-o", "s.gif"}, 2), "tavi: -o s.gif: the name of a picture ends in .pgm\n");
+  EXPECT_EQ(complaint({"-o", "s.gif"}, 2), "tavi: -o s.gif: the name of a picture ends in .png, .bmp or .pgm\n");
   for (const char* range : {"5", "5:", ":5", "a:b", "0:nan"}) {
     EXPECT_EQ(complaint({"-o", "s.pgm", "--range", range}, 2),
               "tavi: --range " + std::string(range) + ": expected <low>:<high>, such as 0:255\n");

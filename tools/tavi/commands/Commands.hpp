@@ -21,6 +21,9 @@ void describeCommand(const Session& session, const std::string& op, Layout layou
 
 void infoCommand(Session& session, const std::string& file);
 
+/// Writes the volume of one file to another, whose kind the end of its name tells.
+void convertCommand(Session& session, const std::string& from, const std::string& to);
+
 /// Each argument is "key=value".
 void runCommand(Session& session, const std::string& op, const std::vector<std::string>& arguments);
 

@@ -151,7 +151,7 @@ void sliceCommand(Session& session, const SliceOptions& options) {
     throw UsageError("--axis " + options.axis + ": expected x, y or z");
   }
   if (!options.picture.ends_with(".pgm") && !isWritableVolumeName(options.picture)) {
-    throw UsageError("-o " + options.picture + ": the name of a picture ends in .pgm");
+    throw UsageError("-o " + options.picture + ": the name of a picture ends in .png, .bmp or .pgm");
   }
   const std::optional<GreyRange> given =
       options.range.empty() ? std::nullopt : std::optional<GreyRange>(parseRange(options.range));

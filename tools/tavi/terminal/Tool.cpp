@@ -93,6 +93,7 @@ struct Arguments {
   bool markdown = false;
   std::string op;
   std::string file;
+  std::string target;
   std::vector<std::string> assignments;
   SliceOptions slice;
   MaskOptions mask;
@@ -122,6 +123,11 @@ void addCommands(CLI::App& app, Arguments& a) {
                        [&a] { infoCommand(a.session, a.file); });
   info->add_option("file", a.file, "Volume file")->required();
 
+  CLI::App* convert = add("convert", "Writes the volume of one file to a file of another kind",
+                          [&a] { convertCommand(a.session, a.file, a.target); });
+  convert->add_option("from", a.file, "Volume file to read")->required();
+  convert->add_option("to", a.target, "Volume file to write; the end of its name tells the kind")->required();
+
   CLI::App* run = add("run", "Runs an operator", [&a] { runCommand(a.session, a.op, a.assignments); });
   run->add_option("operator", a.op, "Its name")->required();
   run->add_option("values", a.assignments, "Keys as \"tavi describe <operator>\" shows them")
@@ -133,7 +139,7 @@ void addCommands(CLI::App& app, Arguments& a) {
   slice->add_option("--axis", a.slice.axis, "Axis the slice lies across: x, y or z")->capture_default_str();
   slice->add_option("--index", a.slice.index, "Which slice; the middle one if absent");
   slice->add_option("--range", a.slice.range, "Grey values low:high for black and white; the extremes if absent");
-  slice->add_option("-o,--output", a.slice.picture, "Picture to write, a portable grey map (.pgm)")->required();
+  slice->add_option("-o,--output", a.slice.picture, "Picture to write: .png, .bmp or .pgm")->required();
 
   CLI::App* mask = add("mask", "Writes a structuring element", [&a] { maskCommand(a.session, a.mask); });
   mask->add_option("shape", a.mask.shape, "box, ball or cross")->required();
