@@ -5,7 +5,7 @@
 /// Reads the voxel type and the extents of a VTI file, but no voxel.
 ///
 /// The operator has no exported frame; the class factory makes it as "NORV::TaviOperators::VtiTypeReader::Operator".
-/// It knows the 64-bit integers too, which no reader takes.
+/// It also reports 64-bit integers, which no reader accepts.
 ///
 /// - Failures: InvalidParameterObjectException for a file name that is none and for a file that does not open; BadFile
 ///   for a file that is no VTI file or one of a kind that is not supported.

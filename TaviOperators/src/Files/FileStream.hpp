@@ -88,7 +88,7 @@ inline bool isOpenable(const std::string& name) {
          !std::filesystem::is_socket(status);
 }
 
-/// The bytes of a file on disk; 0 where nobody knows, as for a device.
+/// The bytes of a file on disk; 0 if it has no size, as a device.
 inline SizeType storedBytes(const std::string& name) {
   std::error_code failure;
   const auto size = std::filesystem::file_size(name, failure);

@@ -228,7 +228,7 @@ public:
   void close(const char*) override { _file.close(); }
 
   void requireRoomFor(SizeType count, const char* otherwise) override {
-    constexpr SizeType ratio = 255;  // each further byte of a length stands for at most so many
+    constexpr SizeType ratio = 255;  // bytes of output that one further length byte adds at most
     if (_storedBytes == 0 || count / ratio <= _storedBytes) {
       return;
     }

@@ -39,7 +39,7 @@ public:
         _flipped(extrema == Extrema::minima ? std::numeric_limits<T>::max() : T(0)) {}
 
   const View<const T>& view() const { return _view; }
-  /// The value that stands for `x`, and back.
+  /// Maps `x` to the ordering of maxima; the mapping is its own inverse.
   T flip(T x) const { return static_cast<T>(x ^ _flipped); }
 
   /// A dense row: that of the volume, or one that is written to `buffer`.

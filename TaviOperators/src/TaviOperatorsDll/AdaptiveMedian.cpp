@@ -16,7 +16,7 @@ namespace NORV::TaviOperators::AdaptiveMedian {
 namespace {
 
 constexpr Impl::Names names{"AdaptiveMedian"};
-/// In failures of a run the operator bears this name.
+/// Failure texts of a run use this name.
 constexpr Impl::Names namesInFailures{"AdaptiveLinearFilter"};
 
 /// Checks the kernels in their order and compiles each for an input.

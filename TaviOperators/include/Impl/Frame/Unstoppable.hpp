@@ -4,7 +4,7 @@
 
 namespace NORV::TaviOperators::Impl {
 
-/// Stands for the operator in a slice loop that no abort may end and that counts no steps: nobody else knows it.
+/// Operator argument of a slice loop that must not be aborted and counts no steps.
 class Unstoppable final : public OperatorBase {
 public:
   void apply(SmartPointer<IComposite>) override {}

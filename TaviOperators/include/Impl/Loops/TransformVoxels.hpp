@@ -12,7 +12,7 @@
 #include <tuple>
 
 /// Voxel-wise transforms of one or several inputs into an output: a rule on values is applied row by row. A rule may
-/// also bring `void row(inputs..., output, count)` on dense rows where it knows a faster way to the same voxels.
+/// also provide `void row(inputs..., output, count)` on dense rows, a faster way to the same voxels.
 namespace NORV::TaviOperators::Impl {
 
 /// The loop that the compiler vectorises, once for all its callers. In place is allowed: `output` may be one of the

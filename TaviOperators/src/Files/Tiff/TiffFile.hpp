@@ -43,7 +43,7 @@ public:
 
   bool isOpen() const { return _descriptor >= 0; }
   SizeType size() const { return _size; }
-  /// Every file system that tells of failed writes only now does so here.
+  /// Some file systems report a failed write only on closing.
   bool close() { return _descriptor < 0 || ::close(std::exchange(_descriptor, -1)) == 0; }
   bool clear() {
     _size = 0;

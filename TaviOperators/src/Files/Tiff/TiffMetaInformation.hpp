@@ -70,7 +70,7 @@ inline pugi::xml_attribute findInformation(const pugi::xml_document& document, c
   return document.select_node(path.c_str()).attribute();
 }
 
-/// The length in millimetres of a pixel that a resolution tells.
+/// Converts a resolution to the pixel size in millimetres.
 inline float32 pixelSizeOf(float32 pixelsPerUnit, uint16 unit) {
   const float64 unit_mm = unit == 2 ? 25.4 : unit == 3 ? 10.0 : 0.0;
   return pixelsPerUnit > 0.0f ? static_cast<float32>(unit_mm / static_cast<float64>(pixelsPerUnit)) : 0.0f;

@@ -14,7 +14,7 @@ using Tavi::SizeType;
 
 inline constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-/// The six bits that each character stands for; `noSextet` for those outside the alphabet.
+/// The six-bit value of each character; `noSextet` for characters outside the alphabet.
 inline constexpr uint8 noSextet = 64;
 inline constexpr std::array<uint8, 256> sextetOrNone = [] {
   std::array<uint8, 256> table{};

@@ -137,7 +137,7 @@ private:
     }
     if (!_cuts.empty()) {
       _short.append(kept, end);
-      // Inside comments and the like, texts do not stand for themselves.
+      // Inside comments and CDATA, the text is not markup.
       const auto instruction = _short.rfind("<?");
       _hasDeclarations = _short.find("<!") != std::string::npos ||
                          (instruction != std::string::npos && instruction != _short.find('<'));

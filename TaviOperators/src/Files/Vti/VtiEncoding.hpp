@@ -36,7 +36,7 @@ public:
     std::setvbuf(_file.get(), nullptr, _IONBF, 0);
   }
 
-  /// Room for `count` characters, no more than `largest`, of which `filled` tells how many were used.
+  /// Reserves `count` characters, at most `largest`; `filled` commits those that were written.
   char* room(SizeType count) {
     if (capacity - _used < count) {
       flush();
