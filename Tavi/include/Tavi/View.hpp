@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Tavi/Dimension.hpp>
 #include <Tavi/Types.hpp>
 
 #include <algorithm>
@@ -64,6 +65,18 @@ auto viewOf(Volume& volume) {
                      iteration.stridePrim,
                      iteration.strideSec,
                      iteration.strideTert};
+}
+
+/// The view of voxels that lie one after the other, primary axis first.
+template <class T>
+View<T> denseView(T* data, const Dimension<SizeType>& extents) {
+  return {data,
+          extents.prim,
+          extents.sec,
+          extents.tert,
+          1,
+          static_cast<int64>(extents.prim),
+          static_cast<int64>(extents.prim * extents.sec)};
 }
 
 /// Whether two views may share a voxel.

@@ -3,6 +3,7 @@
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Names.hpp>
 #include <Impl/Frame/ThreadCount.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 #include <Impl/Loops/View.hpp>
 #include <Operator.hpp>
@@ -14,7 +15,6 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
-#include <utility>
 
 /// What the transforms between Cartesian coordinates and polar grids share: the run from the parameter object to the
 /// output. Each voxel of the output asks the input at a position that the rule of the transform computes.
@@ -85,7 +85,7 @@ public:
     checkDistances(frame, given == nullptr, Traits::op);
 
     const auto output = this->template checkOutputVolume<OutputPtr>(given, outputExtents(frame, *input, given));
-    resample({*this, threads, frame, input->getDimension(), output->getDimension()}, input, *output, outer, isLinear);
+    resample({*this, threads, frame, input->getDimension(), output->getDimension()}, *input, *output, outer, isLinear);
     if (!this->isAborted()) {
       parameter->outputVolume = output;
     }
@@ -102,12 +102,11 @@ private:
     return given->getDimension();
   }
 
-  void resample(const PolarRun& run, InputPtr input, typename OutputPtr::Pointee& volume, In outer, bool isLinear) {
+  void resample(const PolarRun& run, const typename InputPtr::Pointee& input, typename OutputPtr::Pointee& volume,
+                In outer, bool isLinear) {
     const View<Out> output = Impl::viewOf(volume);
-    if (mayOverlap(Impl::inputViewOf(std::as_const(*input)), output)) {
-      input = copyOf(Impl::inputViewOf(std::as_const(*input)), run.threads);
-    }
-    const RowSampler<In> sampler(Impl::inputViewOf(std::as_const(*input)), outer);
+    const Impl::KeptInput<In> kept(*this, run.threads, Impl::inputViewOf(input), output, Impl::Aliasing::none);
+    const RowSampler<In> sampler(kept.view(), outer);
     this->setTotal(output.dimTert);
     const auto rule = Traits::positionRule(run);
     Impl::forEachSlice(*this, run.threads, output.dimTert, Impl::Steps::counted,

@@ -1,11 +1,10 @@
 #pragma once
 
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
-#include <Impl/Loops/TransformVoxels.hpp>
 #include <Impl/Loops/View.hpp>
 #include <Operator.hpp>
 #include <Tavi/Types.hpp>
-#include <Tavi/Volume.hpp>
 
 #include <Geometry/AffineMap.hpp>
 #include <Geometry/Sampler.hpp>
@@ -17,7 +16,6 @@
 #include <array>
 #include <cmath>
 #include <type_traits>
-#include <utility>
 
 /// Resampling of a view through a matrix.
 namespace NORV::TaviOperators::Geometry {
@@ -196,15 +194,8 @@ template <class T>
 void resample(OperatorBase& self, int threads, const AffineMap& map, Interpolation interpolation, T outer,
               const View<const T>& source, const View<T>& output) {
   self.setTotal(output.dimTert);
-  Tavi::VolumePtr<T> copy;
-  if (Impl::mayOverlap(source, output)) {
-    copy = Tavi::VolumePtr<T>(
-        new Tavi::Volume<T>(Tavi::Dimension<SizeType>(source.dimPrim, source.dimSec, source.dimTert)));
-    Impl::transformVoxels(
-        self, threads, Impl::Steps::silent, [](T voxel) { return voxel; }, Impl::viewOf(*copy), source);
-  }
-  const View<const T> read = copy == nullptr ? source : Impl::inputViewOf(std::as_const(*copy));
-  const Resampling<T> resampling(map, interpolation, outer, read, output);
+  const Impl::KeptInput<T> kept(self, threads, source, output, Impl::Aliasing::none);
+  const Resampling<T> resampling(map, interpolation, outer, kept.view(), output);
 
   const auto parts = static_cast<SizeType>(Impl::teamSize(threads, output.dimTert)) * 4;
   const SizeType group = std::clamp<SizeType>(output.dimTert / parts, 1, resampling.slicesPerTile());

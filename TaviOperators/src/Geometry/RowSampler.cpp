@@ -1,6 +1,4 @@
-#include <Impl/Frame/Unstoppable.hpp>
 #include <Impl/Loops/BitsView.hpp>
-#include <Impl/Loops/TransformVoxels.hpp>
 
 #include <Geometry/CellRow.hpp>
 #include <Geometry/RowSampler.hpp>
@@ -32,13 +30,6 @@ SizeType wholeVectors(SizeType count) {
   return (count + vector - 1) / vector * vector;
 }
 #endif
-
-struct Identity {
-  template <class T>
-  T operator()(T x) const {
-    return x;
-  }
-};
 
 }  // namespace
 
@@ -154,23 +145,11 @@ void storeBlends(const float32* blends, SizeType count, Out* to, int64 stride) {
   }
 }
 
-template <class T>
-Tavi::VolumePtr<T> copyOf(const View<const T>& view, int threads) {
-  using Bits = Impl::BitsOf<T>;
-  const Tavi::VolumePtr<T> copy(
-      new Tavi::Volume<T>(Tavi::Dimension<SizeType>(view.dimPrim, view.dimSec, view.dimTert)));
-  Impl::Unstoppable whole;
-  Impl::transformVoxels(whole, threads, Impl::Steps::silent, Identity(), Impl::viewAs<Bits>(Impl::viewOf(*copy)),
-                        Impl::viewAs<const Bits>(view));
-  return copy;
-}
-
-#define TAVI_GEOMETRY_INSTANTIATE(T)                              \
-  template class RowSampler<T>;                                   \
-  template void storeLanes(const int64*, SizeType, T*, int64);    \
-  template void storeLanes(const float64*, SizeType, T*, int64);  \
-  template void storeBlends(const float32*, SizeType, T*, int64); \
-  template Tavi::VolumePtr<T> copyOf(const View<const T>&, int);
+#define TAVI_GEOMETRY_INSTANTIATE(T)                             \
+  template class RowSampler<T>;                                  \
+  template void storeLanes(const int64*, SizeType, T*, int64);   \
+  template void storeLanes(const float64*, SizeType, T*, int64); \
+  template void storeBlends(const float32*, SizeType, T*, int64);
 
 TAVI_GEOMETRY_INSTANTIATE(int8)
 TAVI_GEOMETRY_INSTANTIATE(uint8)

@@ -2,7 +2,7 @@
 
 #include <Impl/Frame/Instances.hpp>
 #include <Impl/Loops/View.hpp>
-#include <Tavi/Volume.hpp>
+#include <Tavi/Types.hpp>
 
 #include <Geometry/PolarGrid.hpp>
 
@@ -54,10 +54,6 @@ void storeLanes(const Lane* lanes, SizeType count, Out* to, int64 stride);
 /// The same for interpolated values: rounded to whole numbers, halves upwards, for integer voxels.
 template <class Out>
 void storeBlends(const float32* blends, SizeType count, Out* to, int64 stride);
-
-/// A volume of its own with the voxels of a view.
-template <class T>
-Tavi::VolumePtr<T> copyOf(const View<const T>& view, int threads);
 
 /// Writes the samples at part of a row of positions.
 template <class In, class Out>

@@ -68,15 +68,9 @@ public:
 
 private:
   [[gnu::noinline]] void copy(OperatorBase& self, int threads) {
-    _block = Tavi::Allocator::SingleBlockAllocator::allocate<T>(
-        Tavi::Dimension<SizeType>(_view.dimPrim, _view.dimSec, _view.dimTert));
-    const View<T> dense{_block.getData(),
-                        _view.dimPrim,
-                        _view.dimSec,
-                        _view.dimTert,
-                        1,
-                        static_cast<int64>(_view.dimPrim),
-                        static_cast<int64>(_view.dimPrim * _view.dimSec)};
+    const Tavi::Dimension<SizeType> extents(_view.dimPrim, _view.dimSec, _view.dimTert);
+    _block = Tavi::Allocator::SingleBlockAllocator::allocate<T>(extents);
+    const View<T> dense = denseView(_block.getData(), extents);
     copyVoxels(self, threads, _view, dense);
     _view = {dense.data,       dense.dimPrim,   dense.dimSec,    dense.dimTert,
              dense.stridePrim, dense.strideSec, dense.strideTert};
@@ -111,14 +105,7 @@ InputPtr keptBeforeResize(OperatorBase& self, int threads, const InputPtr& input
   if (output == nullptr) {
     return input;
   }
-  const auto extents = output->getAllocatedDimension();
-  const View<VoxelOf<OutputPtr>> block{output->getData(),
-                                       extents.prim,
-                                       extents.sec,
-                                       extents.tert,
-                                       1,
-                                       static_cast<int64>(extents.prim),
-                                       static_cast<int64>(extents.prim * extents.sec)};
+  const auto block = denseView(output->getData(), output->getAllocatedDimension());
   return mayOverlap(inputViewOf(*input), block) ? copyOfView(self, threads, input) : input;
 }
 

@@ -4,6 +4,7 @@
 
 namespace NORV::TaviOperators::Impl {
 
+using Tavi::denseView;
 using Tavi::mayOverlap;
 using Tavi::View;
 using Tavi::viewOf;
