@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Tavi/BlockCache.hpp>
 #include <Tavi/CompositeLeaf.hpp>
 #include <Tavi/Dimension.hpp>
 #include <Tavi/Exceptions.hpp>
@@ -14,10 +15,6 @@
 #include <string>
 #include <type_traits>
 #include <utility>
-
-#ifdef __linux__
-#include <sys/mman.h>
-#endif
 
 namespace NORV::Tavi::Allocator {
 
@@ -62,7 +59,8 @@ private:
 };
 
 /// One contiguous block from the global allocator, not cleared. Large blocks are aligned for huge pages and advised to
-/// use them, as the first touch of a block in small pages costs several times what filling it does.
+/// use them, as the first touch of a block in small pages costs several times what filling it does; freed ones serve
+/// again through the `BlockCache`.
 class TAVI_EXPORT SingleBlockAllocator final : public Persistence::CompositeLeaf<SingleBlockAllocator> {
 public:
   std::string getType() const override { return identifier(); }
@@ -78,25 +76,25 @@ public:
       return {};
     }
     // A rounded-up size must not wrap to a small one below the allocator.
-    if (bytes > static_cast<SizeType>(std::numeric_limits<std::ptrdiff_t>::max()) - hugePage) {
+    if (bytes > static_cast<SizeType>(std::numeric_limits<std::ptrdiff_t>::max()) - BlockCache::hugePage) {
       throw std::bad_alloc();
     }
-    const std::align_val_t alignment{bytes >= largeBlock ? hugePage : cacheLine};
     std::list<RegionOfInterest> regions{RegionOfInterest(dimension)};
-    std::function<void(T*)> release = [alignment](T* data) { ::operator delete(data, alignment); };
-    T* const data = static_cast<T*>(::operator new(bytes, alignment));
-#ifdef __linux__
     if (bytes >= largeBlock) {
-      madvise(data, bytes, MADV_HUGEPAGE);  // advice only: refused advice costs speed, nothing else
+      const auto block = processWideBlockCache().allocate(bytes);
+      std::function<void(T*)> release = [size = block.bytes](T* data) {
+        processWideBlockCache().release({data, size});
+      };
+      return {static_cast<T*>(block.data), std::move(release), std::move(regions)};
     }
-#endif
+    std::function<void(T*)> release = [](T* data) { ::operator delete(data, alignment); };
+    T* const data = static_cast<T*>(::operator new(bytes, alignment));
     return {data, std::move(release), std::move(regions)};
   }
 
 private:
-  static constexpr std::size_t cacheLine = 64;
-  static constexpr std::size_t hugePage = std::size_t{2} << 20;
-  static constexpr std::size_t largeBlock = 2 * hugePage;
+  static constexpr std::align_val_t alignment{64};  // a cache line
+  static constexpr std::size_t largeBlock = 2 * BlockCache::hugePage;
 };
 
 /// Known by name only: no volume of this library is built with it.
