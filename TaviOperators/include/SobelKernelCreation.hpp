@@ -16,8 +16,8 @@
 /// - Paper: I. Sobel, G. Feldman: A 3x3 Isotropic Gradient Operator for Image Processing (1968), extended to volumes.
 namespace NORV::TaviOperators::SobelKernelCreation {
 
-/// One run. All volumes are of one voxel type; at least one must be given, which tells that type. Those that are absent
-/// are made.
+/// One run. All volumes are of one voxel type; at least one must be given, and the first that is given fixes the
+/// type. Those that are absent are made.
 class Parameter final : public CompositeOfProperties<Parameter> {
 public:
   Property<SmartPointer<IVolume>> outputVolume2DPrim;

@@ -40,8 +40,8 @@ public:
   void apply(SmartPointer<IComposite> composite) override {
     beginApply();
     const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
-    const std::string name = Impl::requireFileName(names, parameter->inputFilename.value());
-    const Impl::FileHandle file = Impl::openFile(name, "rb");
+    const std::string name = Impl::checkedName(parameter->inputFilename.value(), names);
+    const Impl::FileHandle file = Impl::openFile(name, Impl::ByteStream::Mode::read);
     Impl::require(file != nullptr, names.inApply(" could not open file"));
     const std::string head = readHead(file.get());
 

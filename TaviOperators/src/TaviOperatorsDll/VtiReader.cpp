@@ -22,7 +22,7 @@ constexpr Impl::VtiImageReader reader{source};
 /// The whole file, unless the run is aborted.
 Impl::FileBytes readFile(OperatorBase& self, const std::string& name, SizeType& size) {
   constexpr SizeType pieces = 100, steps = 300;
-  const Impl::FileHandle file = Impl::openFile(name, "rb");
+  const Impl::FileHandle file = Impl::openFile(name, Impl::ByteStream::Mode::read);
   if (file == nullptr) {
     throw Exceptions::FileOpen(source, name);
   }
@@ -116,7 +116,7 @@ public:
     this->beginApply();
     const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
     SizeType size = 0;
-    auto bytes = readFile(*this, Impl::requireFileName(names, parameter->inputFilename.value()), size);
+    auto bytes = readFile(*this, Impl::checkedName(parameter->inputFilename.value(), names), size);
     if (bytes.getData() == nullptr) {
       return;
     }

@@ -108,7 +108,7 @@ public:
     const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
     const InputPtr input(parameter->inputVolume.value());
     Impl::requireGiven(input, names.inApply(" input volume is NULL"));
-    const std::string name = Impl::requireFileName(names, parameter->inputFilename.value());
+    const std::string name = Impl::checkedName(parameter->inputFilename.value(), names);
     const Form form = checkedForm(parameter->inputFormat.value(), parameter->inputCompression.value());
 
     pugi::xml_document document;

@@ -29,7 +29,7 @@ public:
       : _source(source),
         _name(name),
         _buffer(new char[capacity]),
-        _file(openFile(name, "w+b")) {
+        _file(openFile(name, ByteStream::Mode::write)) {
     if (_file == nullptr) {
       throw Exceptions::FileCreate(source, name);
     }
