@@ -1,6 +1,8 @@
 """The samples of the operator pages: one table, from which the command, the C++ and the test of both are made."""
 import json
+import os
 import re
+import shutil
 import subprocess
 import textwrap
 import tomllib
@@ -152,3 +154,38 @@ def load(tavi):
         raise SystemExit(f"{TABLE}: {missing} is no operator, or an operator without a sample")
     samples = {name: Sample(name, table[name], description, types) for name, description in descriptions.items()}
     return volumes, samples
+
+
+def call(tavi, command, folder):
+    result = subprocess.run([tavi, *command.split()], cwd=folder, capture_output=True, text=True)
+    if result.returncode != 0:
+        raise SystemExit(f"tavi {command}: status {result.returncode}\n{result.stdout}{result.stderr}")
+    return result.stdout
+
+
+def run_all(tavi, folder):
+    """Runs every sample in an empty folder; the results land in <folder>/tool. {operator: what its command printed}"""
+    volumes, all_samples = load(tavi)
+    shutil.rmtree(folder, ignore_errors=True)
+    (folder / "tool").mkdir(parents=True)
+    shutil.copy(TABLE.parent / "rotation.vti", folder)
+    for volume in volumes:
+        for command in volume["make"]:
+            call(tavi, command, folder)
+    printed = {}
+    for operator, sample in all_samples.items():
+        for command in sample.entry.get("make", []):
+            call(tavi, command, folder)
+        printed[operator] = call(tavi, f"run {operator} {sample.entry['run']} --quiet", folder)
+        for result in filter(None, (sample.output, sample.written)):
+            (folder / result).rename(folder / "tool" / result)
+    return printed
+
+
+def processor():
+    """The machine, as figures name it."""
+    lines = Path("/proc/cpuinfo").read_text().splitlines()
+    names = [line.split(":", 1)[1].strip() for line in lines if line.startswith("model name")]
+    flags = next(line for line in lines if line.startswith("flags"))
+    vectors = "AVX-512" if "avx512f" in flags else "AVX2" if "avx2" in flags else "SSE"
+    return f"{os.cpu_count()} processors of an {names[0]} with {vectors}"
