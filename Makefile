@@ -45,7 +45,9 @@ tsan: packages-sanitizers
 fuzz:
 	scripts/fuzz "$(TARGET)" $(TIME)
 
-docs: packages-docs release
+docs: packages packages-docs
+	cmake --preset release
+	cmake --build --preset release --target tavi
 	scripts/docs
 	scripts/site/build build/release/bin/tavi build/docs
 	scripts/site/check-links build/docs
@@ -64,7 +66,7 @@ release: packages
 packages:
 	@scripts/install-dependencies
 
-packages-tests:
+packages-tests: packages-docs
 	@scripts/install-dependencies --tests
 
 packages-sanitizers:

@@ -34,7 +34,6 @@ class Figures:
         self.folder = folder
         folder.mkdir(parents=True, exist_ok=True)
         self.costs = kept("costs")
-        self.benchmarks = kept("benchmarks")
 
     def save(self, figure, name, alt):
         figure.tight_layout()
@@ -46,52 +45,45 @@ class Figures:
         return f"*`{data['command']}` on {data['machine']}.*\n"
 
     def bandwidth(self):
-        """Rows "Saturation<uint8>/reused/512MiB/2T" of the benchmarks of voxel-wise operators."""
-        shares = {}
-        for row in self.benchmarks["rows"]:
-            match = re.match(r"(\w+)<([\w:]+)>/reused/(\d+MiB)/(\d+)T", row["name"])
-            if match and "of memcpy" in row:
-                name = f"{match[1]} {match[2].removeprefix('NORV::')}"
-                shares.setdefault((match[3], int(match[4])), {})[name] = 100 * row["of memcpy"]
-        if not shares:
-            return ""
-        names = sorted({name for group in shares.values() for name in group})
-        figure, axes = plot.subplots(figsize=(8, 3.2))
-        width = 0.8 / len(shares)
-        for index, ((size, threads), group) in enumerate(sorted(shares.items())):
-            places = [place + index * width for place in range(len(names))]
-            axes.bar(places, [group.get(name, 0) for name in names], width, color=COLOURS[index % len(COLOURS)],
-                     label=f"{size.replace('MiB', ' MiB')}, {threads} thread{'s' if threads > 1 else ''}")
+        data = kept("peers")
+        rows = [row for row in data["rows"] if "memcpy" in row]
+        figure, axes = plot.subplots(figsize=(8, 3.0))
+        for index, threads in enumerate(("1", "2")):
+            axes.bar([place + 0.4 * index for place in range(len(rows))], [100 * row["memcpy"][threads] for row in rows], 0.4,
+                     color=COLOURS[index], label=f"{threads} thread{'s' if threads != '1' else ''}")
         axes.axhline(100, color="#444444", linewidth=0.8)
-        axes.set_xticks([place + 0.4 - width / 2 for place in range(len(names))], names, rotation=20, ha="right")
+        names = [f"{row['operation']}\n{row['voxels']}" for row in rows]
+        axes.set_xticks([place + 0.2 for place in range(len(rows))], names, fontsize=7)
         axes.set_ylabel("% of the rate of memcpy")
         axes.legend(frameon=False, ncol=2)
-        return self.save(figure, "bandwidth", "rates of voxel-wise operators as shares of memcpy") + "\n" + self.source(
-            self.benchmarks)
+        return (self.save(figure, "bandwidth", "rates of voxel-wise operators as shares of memcpy") +
+                f"\n*On {data['machine']}, 512 x 512 x 512 voxels, medians of five rounds. `make bench FILTER=reused` prints the same "
+                "share as `of memcpy`.*\n")
 
     def python(self):
         data = kept("peers-python")
-        rows = [(f"[{row['operator']}](operators/{row['operator']}.md)", row["function"], number(row["ns"]),
-                 number(row["nsAll"]), number(row["nsPeer"]), f"{row['nsPeer'] / row['ns']:.1f}",
-                 f"{row['nsPeer'] / row['nsAll']:.1f}") for row in data["rows"]]
-        head = ("Operator", "Beside it", "1 thread", f"{data['threads']} threads", "Peer", "Times as fast, 1 thread",
-                f"{data['threads']} threads")
-        return ("Times in nanoseconds per voxel.\n\n" + table(head, ("---", "---") + ("--:",) * 5, rows) + "\n" +
-                self.source(data))
+        counts = list(data["rows"][0]["ns"])
+        rows = [[f"[{row['operator']}](operators/{row['operator']}.md)", f"`{row['function']}`", number(row["nsPeer"]),
+                 *(number(row["ns"][threads]) for threads in counts),
+                 *(f"{row['nsPeer'] / row['ns'][threads]:.1f}" for threads in counts)] for row in data["rows"]]
+        titles = [f"{threads} thread{'s' * (threads != '1')}" for threads in counts]
+        head = ["Operator", "Peer", "Peer, 1 thread", *titles, *(f"Times as fast, {title}" for title in titles)]
+        return ("Times in nanoseconds per voxel.\n\n" + table(head, ["---", "---"] + ["--:"] * (len(head) - 2), rows) +
+                "\n" + self.source(data))
 
     def peers(self):
         data = kept("peers")
         rows = [(row["operation"], row["voxels"], number(row["ns1"]), number(row["ns2"]),
-                 f"{row['peer1']} {row['ratio1']:.1f}" if row["peer1"] else "", f"{row['peer']} {row['ratio']:.1f}")
-                for row in data["rows"]]
-        shown = [row for row in data["rows"] if row["ratio1"]]
+                 f"{row['peer1']} {row['ratio1']:.1f}" if "peer1" in row else "", f"{row['peer']} {row['ratio']:.1f}")
+                for row in data["rows"] if "peer" in row]
+        shown = [row for row in data["rows"] if "ratio1" in row]
         figure, axes = plot.subplots(figsize=(8, 0.19 * len(shown) + 0.8))
         names = [f"{row['operation']}, {row['voxels']}" for row in shown]
         axes.barh(names, [row["ratio1"] for row in shown], color=COLOURS[0])
         for place, row in enumerate(shown):
             axes.text(row["ratio1"] * 1.06, place, row["peer1"], va="center", fontsize=7)
         axes.set_xscale("log")
-        axes.set_xlim(1, 400)
+        axes.set_xlim(1, 300)
         axes.tick_params(axis="y", labelsize=7)
         axes.invert_yaxis()
         axes.set_xlabel("how many times as long the fastest other library takes, one thread each")
@@ -102,46 +94,33 @@ class Figures:
                 f"\n*On {data['machine']}; {libraries}.*\n")
 
     def growth(self):
-        """Rows "Erosion<uint8>/box/5": time per voxel over the side of the element."""
-        lines = {}
-        for row in self.benchmarks["rows"]:
-            match = re.match(r"(Erosion|Median)<([\w:]+)>/(box|ball)/(\d+)", row["name"])
-            if match:
-                name = f"{match[1]}, {match[3]}, {match[2].removeprefix('NORV::')}"
-                lines.setdefault(name, []).append((int(match[4]), row["nsPerVoxel"]))
-        if not lines:
-            return ""
-        figure, axes = plot.subplots(figsize=(8, 3.4))
-        for index, (name, points) in enumerate(lines.items()):
-            points.sort()
-            axes.plot(*zip(*points), marker="o", markersize=4, color=COLOURS[index // 2 % len(COLOURS)],
+        figure, axes = plot.subplots(figsize=(8, 3.6))
+        for index, (name, points) in enumerate(sorted(self.costs["growth"].items())):
+            axes.plot(*zip(*points), marker="o", markersize=3, color=COLOURS[index % len(COLOURS)],
                       linestyle="-" if "box" in name else "--", label=name)
         axes.set_yscale("log")
         axes.set_xlabel("side of the element, voxels")
-        axes.set_ylabel("ns per voxel")
-        axes.legend(frameon=False, fontsize=8, loc="center left", bbox_to_anchor=(1, 0.5))
-        return self.save(figure, "growth", "time per voxel over the side of the element") + "\n" + self.source(self.benchmarks)
+        axes.set_ylabel("ns per voxel, one thread")
+        axes.legend(frameon=False, fontsize=7, loc="center left", bbox_to_anchor=(1, 0.5))
+        return self.save(figure, "growth", "time per voxel over the side of the element") + "\n" + self.source(self.costs)
 
     def runs(self, scale, threads):
         """{operator: its run on volumes of a scale}"""
         return {name: next((run for run in runs if run["scale"] == scale and run["threads"] == threads), None)
                 for name, runs in self.costs["operators"].items()}
 
-    def all_threads(self):
-        return max(run["threads"] for runs in self.costs["operators"].values() for run in runs)
-
     def threads(self):
-        one, every = self.runs(2, 1), self.runs(2, self.all_threads())
-        ratios = sorted(((one[name]["seconds"] / every[name]["seconds"], name) for name in one
-                         if one[name]["seconds"] > 2e-3), reverse=True)
+        data = kept("peers")
+        ratios = sorted(((row["speedup"], f"{row['operation']}, {row['voxels']}") for row in data["rows"]), reverse=True)
         figure, axes = plot.subplots(figsize=(8, 0.17 * len(ratios) + 0.8))
         axes.barh([name for _, name in ratios], [ratio for ratio, _ in ratios], color=COLOURS[0])
         axes.axvline(1, color="#444444", linewidth=0.8)
+        axes.axvline(2, color="#444444", linewidth=0.8, linestyle=":")
         axes.tick_params(axis="y", labelsize=7)
         axes.invert_yaxis()
-        axes.set_xlabel(f"times as fast with {self.all_threads()} threads as with one")
-        return (self.save(figure, "threads", "speed with all threads over that with one") + "\nOperators whose sample takes "
-                "at least two milliseconds. " + self.source(self.costs))
+        axes.set_xlabel("times as fast with two threads as with one")
+        return (self.save(figure, "threads", "speed with two threads over that with one") +
+                f"\n*From the same run as the table of the C++ libraries, best of five rounds, on {data['machine']}.*\n")
 
     def size(self):
         small, large = self.runs(1, 1), self.runs(2, 1)
@@ -159,19 +138,24 @@ class Figures:
                 self.source(self.costs))
 
     def operators(self):
-        one, every = self.runs(2, 1), self.runs(2, self.all_threads())
+        """The columns for all threads are there if these were measured."""
+        counts = sorted({run["threads"] for runs in self.costs["operators"].values() for run in runs})
+        runs = {threads: self.runs(2, threads) for threads in counts}
         rows = []
         for names in samples.families().values():
-            rows += [(f"[{name}](operators/{name}.md)", f"{one[name]['voxels'] / 1e6:.2f}", number(one[name]["nsPerVoxel"]),
-                      number(every[name]["nsPerVoxel"]), f"{one[name]['extraMiB']:.1f}") for name in names]
-        head = ("Operator", "Million voxels", "ns per voxel, 1 thread", f"{self.all_threads()} threads", "Extra memory, MiB")
-        return table(head, ("---", "--:", "--:", "--:", "--:"), rows) + "\n" + self.source(self.costs)
+            for name in names:
+                one = runs[1][name]
+                rows.append([f"[{name}](operators/{name}.md)", f"{one['voxels'] / 1e6:.2f}",
+                             *(number(runs[threads][name]["nsPerVoxel"]) for threads in counts), f"{one['extraMiB']:.1f}"])
+        head = ["Operator", "Million voxels", *(f"ns per voxel, {threads} thread{'s' * (threads > 1)}" for threads in counts),
+                "Extra memory, MiB"]
+        return table(head, ["---"] + ["--:"] * (len(head) - 1), rows) + "\n" + self.source(self.costs)
 
 
 def write(folder, page):
     """Replaces the marks of the page by what they name; a mark whose figures were not kept by what is missing."""
     figures = Figures(folder)
-    needs = {"bandwidth": "benchmarks", "growth": "benchmarks", "python": "peers-python", "peers": "peers"}
+    needs = {"python": "peers-python", "peers": "peers", "bandwidth": "peers", "threads": "peers"}
     text = page.read_text()
     for name in re.findall(r"^<!-- here: (\w+) -->$", text, flags=re.M):
         data = needs.get(name, "costs")

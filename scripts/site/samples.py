@@ -147,8 +147,6 @@ def load(tavi):
     table = tomllib.loads(TABLE.read_text())
     volumes = table.pop("volume")
     types = {volume["name"]: volume["type"] for volume in volumes}
-    # What the samples make on the way has the type that its command names, or that of what it is made from.
-    types.update({"inverted.rek": "uint16", "relief.rek": "uint16", "distance.rek": "uint16"})
     descriptions = describe(tavi)
     for missing in set(descriptions) ^ set(table):
         raise SystemExit(f"{TABLE}: {missing} is no operator, or an operator without a sample")

@@ -3,10 +3,16 @@
 //   samples compare           compares the voxels of each result with those of the command
 //   samples measure <scale>   prints a line per operator: name, voxels, best seconds, extra MiB; on volumes that are so
 //                             many times as long along each axis
+//   samples growth <scale>    prints a line per operator and structuring element: name, side, best nanoseconds per
+//   voxel
 #include "Sample.hpp"
 
+#include <DLL/Erosion.hpp>
+#include <DLL/HistogramUpdateMedian.hpp>
 #include <DLL/RekReader.hpp>
 #include <DLL/VtiReader.hpp>
+#include <Erosion.hpp>
+#include <HistogramUpdateMedian.hpp>
 #include <RekReader.hpp>
 #include <Tavi/Exceptions.hpp>
 #include <VtiReader.hpp>
@@ -197,6 +203,53 @@ void measure(const Sample& sample, SizeType scale) {
                best, std::max(0.0, extra));
 }
 
+/// All voxels of a cube, or those within half its side of its centre.
+VolumePtr<uint8> makeElement(int side, bool isBall) {
+  const auto extent = static_cast<SizeType>(side);
+  const VolumePtr<uint8> mask(new Volume<uint8>(Dimension<SizeType>(extent, extent, extent)));
+  uint8* voxel = mask->getData();
+  const int radius = side / 2;
+  for (int z = -radius; z <= radius; ++z) {
+    for (int y = -radius; y <= radius; ++y) {
+      for (int x = -radius; x <= radius; ++x) {
+        *voxel++ = !isBall || x * x + y * y + z * z <= radius * radius ? 1 : 0;
+      }
+    }
+  }
+  return mask;
+}
+
+template <class Frame, class Parameter>
+void measureGrowth(const char* name, const SmartPointer<IVolume>& scan, int largest) {
+  for (int side = 3; side <= largest; side += 2) {
+    for (const bool isBall : {false, true}) {
+      const SmartPointer<Parameter> parameter(new Parameter);
+      const auto anchor = static_cast<SizeType>(side / 2);
+      parameter->inputVolume = scan;
+      parameter->inputMask = makeElement(side, isBall);
+      parameter->inputAnchor = {anchor, anchor, anchor};
+      double best = 1e9;
+      for (int round = 0; round < 3; ++round) {
+        const double start = seconds();
+        Frame().apply(parameter);
+        best = std::min(best, seconds() - start);
+      }
+      std::fprintf(stderr, "%s,_%s,_%s %d %.4f\n", name, isBall ? "ball" : "box", scan->getVoxelType().c_str() + 6,
+                   side, best / static_cast<double>(scan->getSize()) * 1e9);
+    }
+  }
+}
+
+int measureGrowth(SizeType scale) {
+  for (const char* file : {"scan8.rek", "scan.rek"}) {
+    const auto scan = enlarge(load(file), scale);
+    measureGrowth<DLL::Erosion::Operator, Erosion::Parameter>("Erosion", scan, 15);
+    measureGrowth<DLL::HistogramUpdateMedian::Operator, HistogramUpdateMedian::Parameter>("HistogramUpdateMedian", scan,
+                                                                                          9);
+  }
+  return 0;
+}
+
 }  // namespace
 
 int main(int count, char** arguments) try {
@@ -207,7 +260,11 @@ int main(int count, char** arguments) try {
     }
     return 0;
   }
-  return mode == "compare" ? compare() : (std::fprintf(stderr, "usage: samples compare | measure <scale>\n"), 2);
+  if (mode == "growth" && count == 3) {
+    return measureGrowth(std::stoull(arguments[2]));
+  }
+  return mode == "compare" ? compare()
+                           : (std::fprintf(stderr, "usage: samples compare | measure <scale> | growth <scale>\n"), 2);
 } catch (const NORV::Exceptions::Exception& e) {
   return std::fprintf(stderr, "%s\n", e.getErrorMessage()), 1;
 } catch (const std::exception& e) {
