@@ -105,9 +105,11 @@ class Figures:
         return self.save(figure, "growth", "time per voxel over the side of the element") + "\n" + self.source(self.costs)
 
     def runs(self, scale, threads):
-        """{operator: its run on volumes of a scale}"""
-        return {name: next((run for run in runs if run["scale"] == scale and run["threads"] == threads), None)
-                for name, runs in self.costs["operators"].items()}
+        """{operator: its run on volumes of a scale}, without those that were not measured so."""
+        found = {}
+        for name, runs in self.costs["operators"].items():
+            found.update({name: run for run in runs if run["scale"] == scale and run["threads"] == threads})
+        return found
 
     def threads(self):
         data = kept("peers")
@@ -125,10 +127,9 @@ class Figures:
     def size(self):
         small, large = self.runs(1, 1), self.runs(2, 1)
         figure, axes = plot.subplots(figsize=(8, 3.6))
-        for name in small:
-            if small[name]["voxels"] * 7 < large[name]["voxels"]:
-                axes.plot([small[name]["voxels"], large[name]["voxels"]],
-                          [small[name]["nsPerVoxel"], large[name]["nsPerVoxel"]], color=COLOURS[0], alpha=0.5, marker=".")
+        for name in large:
+            axes.plot([small[name]["voxels"], large[name]["voxels"]],
+                      [small[name]["nsPerVoxel"], large[name]["nsPerVoxel"]], color=COLOURS[0], alpha=0.5, marker=".")
         axes.set_xscale("log")
         axes.set_yscale("log")
         axes.set_xlabel("voxels")
@@ -140,7 +141,7 @@ class Figures:
     def operators(self):
         """The columns for all threads are there if these were measured."""
         counts = sorted({run["threads"] for runs in self.costs["operators"].values() for run in runs})
-        runs = {threads: self.runs(2, threads) for threads in counts}
+        runs = {threads: {**self.runs(1, threads), **self.runs(2, threads)} for threads in counts}
         rows = []
         for names in samples.families().values():
             for name in names:

@@ -1,5 +1,6 @@
 """The samples of the operator pages: one table, from which the command, the C++ and the test of both are made."""
 import json
+import math
 import os
 import re
 import shutil
@@ -113,6 +114,11 @@ class Sample:
         else:
             extents = f"{first}->getDimension()" if first else ""
         return [f"parameter->{self.output_key} = VolumePtr<{voxel}>(new Volume<{voxel}>({extents}));"]
+
+    def fixed_voxels(self):
+        """The number of voxels of the output where the sample sets its extents, otherwise nothing."""
+        parts = self.values[self.output_key].split(":") if self.output_key else []
+        return math.prod(map(int, parts[2].split("x"))) if len(parts) == 3 else None
 
     def includes(self):
         return [f"#include <DLL/{self.operator}.hpp>", f"#include <{self.operator}.hpp>"]

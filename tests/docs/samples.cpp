@@ -1,7 +1,8 @@
 // Runs the C++ samples of the operator pages in the folder where the same commands have run.
 //
 //   samples compare           compares the voxels of each result with those of the command
-//   samples measure <scale>   prints a line per operator: name, voxels, best seconds, extra MiB; on volumes that are so
+//   samples measure <scale> [operator]...
+//                             prints a line per operator: name, voxels, best seconds, extra MiB; on volumes that are so
 //                             many times as long along each axis
 //   samples growth <scale>    prints a line per operator and structuring element: name, side, best nanoseconds per
 //   voxel
@@ -254,9 +255,12 @@ int measureGrowth(SizeType scale) {
 
 int main(int count, char** arguments) try {
   const std::string mode = count > 1 ? arguments[1] : "";
-  if (mode == "measure" && count == 3) {
+  if (mode == "measure" && count >= 3) {
+    const std::vector<std::string> wanted(arguments + 3, arguments + count);
     for (const Sample& sample : samples()) {
-      measure(sample, std::stoull(arguments[2]));
+      if (wanted.empty() || std::find(wanted.begin(), wanted.end(), sample.operatorName) != wanted.end()) {
+        measure(sample, std::stoull(arguments[2]));
+      }
     }
     return 0;
   }
