@@ -5,7 +5,7 @@
 #   make bench [FILTER=regex]      measures
 #   make asan, make tsan           all tests under the sanitizers
 #   make fuzz [TARGET=] [TIME=60]  fuzzes the readers of files, each TIME seconds
-#   make docs                      renews the generated parts of the documentation
+#   make docs                      renews the generated parts of the documentation, builds its site in build/docs
 #   make format, make tidy         formatting, static analysis
 
 SHELL := /bin/bash
@@ -16,7 +16,7 @@ export CMAKE_GENERATOR CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
 
 SOURCES = git ls-files -z -- '*.hpp' '*.cpp'
 
-.PHONY: demo test bench asan tsan fuzz docs format tidy release packages packages-sanitizers packages-tests
+.PHONY: demo test bench asan tsan fuzz docs format tidy release packages packages-docs packages-sanitizers packages-tests
 
 demo: packages
 	@echo "Building the library and the command-line tool, without the tests: a few minutes"
@@ -45,8 +45,12 @@ tsan: packages-sanitizers
 fuzz:
 	scripts/fuzz "$(TARGET)" $(TIME)
 
-docs: release
+docs: packages packages-docs
+	cmake --preset release
+	cmake --build --preset release --target tavi
 	scripts/docs
+	scripts/site/build build/release/bin/tavi build/docs
+	scripts/site/check-links build/docs
 
 format:
 	$(SOURCES) | xargs -0 --no-run-if-empty clang-format -i
@@ -62,8 +66,11 @@ release: packages
 packages:
 	@scripts/install-dependencies
 
-packages-tests:
+packages-tests: packages-docs
 	@scripts/install-dependencies --tests
 
 packages-sanitizers:
 	@scripts/install-dependencies --sanitizers
+
+packages-docs:
+	@scripts/install-dependencies --docs

@@ -51,6 +51,30 @@ elseif(STEP STREQUAL "cmake")
   run(COMMAND ${CMAKE_COMMAND} --build ${build})
   run(COMMAND ${build}/host IN ${build} EXPECT "host contract holds\n$")
   run(COMMAND ${build}/loading_host ${library} IN ${build} EXPECT "boundary holds\n$")
+  file(GLOB examples ${build}/example_*)
+  if(NOT examples)
+    message(FATAL_ERROR "No example was built")
+  endif()
+  foreach(example IN LISTS examples)
+    run(COMMAND ${example} IN ${build})
+  endforeach()
+
+  # The project that the documentation shows, with the host that it shows.
+  set(shown ${WORK_DIR}/shown_host)
+  file(REMOVE_RECURSE ${shown})
+  file(COPY ${ROOT_DIR}/docs/samples/host/CMakeLists.txt DESTINATION ${shown})
+  configure_file(${ROOT_DIR}/examples/load_filter_save.cpp ${shown}/host.cpp COPYONLY)
+  run(COMMAND
+      ${CMAKE_COMMAND}
+      -S ${shown}
+      -B ${shown}/build
+      -G ${GENERATOR}
+      -D CMAKE_BUILD_TYPE=Debug
+      -D CMAKE_CXX_COMPILER=${COMPILER}
+      -D CMAKE_CXX_FLAGS=${sanitize}
+      -D CMAKE_PREFIX_PATH=${PREFIX})
+  run(COMMAND ${CMAKE_COMMAND} --build ${shown}/build)
+  run(COMMAND ${shown}/build/host IN ${shown} EXPECT "filtered to filtered.rek\n$")
 
 elseif(STEP STREQUAL "pkg-config")
   set(build ${WORK_DIR}/pkg-config)
