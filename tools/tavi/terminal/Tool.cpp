@@ -23,7 +23,6 @@ constexpr const char* runHelp =
                   some operators need to choose what they do: outputVolume=out.rek:uint16 or out.rek:uint16:64x64x64
   masks           a file, as "tavi mask" writes it, or the shape itself: inputMask=ball:9x9x9, box:3x3x1, cross:5x5x5
   anchors         AxBxC, or center for the middle of the mask: inputAnchor=center
-  modify keys     <file to read>:<file to write>
   volume lists    <file>,<file>,...
   grey values     a number of the voxel type of the input or output volume, as "tavi describe" says
   flags           true or false
@@ -32,6 +31,17 @@ constexpr const char* runHelp =
 Keys may be short of their role where that leaves one: mask=ball:9x9x9 anchor=center. Where a mask reaches past the
 volume, voxels of the result are those of the input.
 Results that are no volumes are printed by name.)";
+
+constexpr const char* pipelineHelp =
+    R"(A job is a JSON file:
+  {"parameters": {"input": "scan.rek"},
+   "steps": [{"operator": "HistogramUpdateMedian", "name": "filter", "inputVolume": "${input}",
+              "inputMask": "box:3x3x3", "inputAnchor": "center", "outputVolume": "$filtered"},
+             {"operator": "RangeInversion", "inputVolume": "$filtered",
+              "outputVolume": ["$inverted", "${input.stem}-inverted.rek", "inverted.vti"]}]}
+Values are written as for "tavi run", numbers, flags and lists also as in JSON. "$name" is what a step makes for later
+ones and stays in memory until its last use. "${name}" is a parameter; of a file, "${name.stem}", "${name.file}" and
+"${name.folder}" are parts. The whole job is checked before its first step.)";
 
 /// One line for the text, one for the hint.
 void report(const Session& session, const char* text, const std::string& hint, int status) {
@@ -94,7 +104,8 @@ struct Arguments {
   std::string op;
   std::string file;
   std::string target;
-  std::vector<std::string> assignments;
+  RunOptions run;
+  PipelineOptions pipeline;
   SliceOptions slice;
   MaskOptions mask;
   FeaturesOptions features;
@@ -103,6 +114,25 @@ struct Arguments {
 
   Layout layout() const { return markdown ? Layout::markdown : Layout::text; }
 };
+
+void addPipeline(CLI::App& command, PipelineOptions& options) {
+  command.add_option("job", options.job, "Job file");
+  command.add_option("parameters", options.assignments, "Parameters of the job")->type_name("name=value ...");
+  command.add_flag("--check", options.onlyCheck, "Checks the whole job and runs nothing");
+  CLI::Option* record = command.add_option(
+      "--record", options.record, "File for the record of the run; the job's name with .record.json if absent");
+  command.add_flag("--no-record", options.withoutRecord, "Writes no record")->excludes(record);
+  CLI::Option* watch =
+      command.add_option("--watch", options.folder, "Runs the job on each file that arrives in a folder");
+  command.add_flag("--existing", options.existing, "Begins with the files that are in the folder")->needs(watch);
+  command.add_option("--count", options.count, "Ends after so many files")->needs(watch)->check(CLI::PositiveNumber);
+  command.add_option("--interval", options.interval, "Seconds between looks into the folder")
+      ->needs(watch)
+      ->check(CLI::Range(0.01, 3600.0))
+      ->capture_default_str();
+  command.add_flag("--schema", options.schema, "Prints the JSON schema of job files instead");
+  command.footer(pipelineHelp);
+}
 
 void addCommands(CLI::App& app, Arguments& a) {
   const auto add = [&](const char* name, const char* description, std::function<void()> command) {
@@ -128,11 +158,16 @@ void addCommands(CLI::App& app, Arguments& a) {
   convert->add_option("from", a.file, "Volume file to read")->required();
   convert->add_option("to", a.target, "Volume file to write; the end of its name tells the kind")->required();
 
-  CLI::App* run = add("run", "Runs an operator", [&a] { runCommand(a.session, a.op, a.assignments); });
-  run->add_option("operator", a.op, "Its name")->required();
-  run->add_option("values", a.assignments, "Keys as \"tavi describe <operator>\" shows them")
+  CLI::App* run = add("run", "Runs an operator", [&a] { runCommand(a.session, a.run); });
+  run->add_option("operator", a.run.op, "Its name")->required();
+  run->add_option("values", a.run.assignments, "Keys as \"tavi describe <operator>\" shows them")
       ->type_name("key=value ...");
+  run->add_option("--record", a.run.record, "Writes what ran to a JSON file: parameters, versions, times, checksums");
   run->footer(runHelp);
+
+  addPipeline(
+      *add("pipeline", "Runs the steps of a job file in memory", [&a] { pipelineCommand(a.session, a.pipeline); }),
+      a.pipeline);
 
   CLI::App* slice = add("slice", "Draws a slice of a volume", [&a] { sliceCommand(a.session, a.slice); });
   slice->add_option("file", a.slice.file, "Volume file")->required();
@@ -187,6 +222,7 @@ std::string unknownCommand(const CLI::App& app, int argc, const char* const* arg
 
 int runTool(int argc, const char* const* argv) {
   Arguments arguments;
+  arguments.session.arguments.assign(argv, argv + argc);
   CLI::App app("Operators on three-dimensional voxel volumes, from the command line", "tavi");
   app.require_subcommand(1);
   app.add_flag("--json", arguments.session.json, "Results for machines, on standard output");
