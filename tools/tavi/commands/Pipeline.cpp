@@ -107,10 +107,6 @@ void runOnce(Session& session, const PipelineOptions& options, const Parameters&
 /// With a folder to watch, files that do not depend on the input would be replaced by each run, and volumes that are
 /// written into the folder would be taken for new ones.
 void requireWatchable(const Job& job, const PipelineOptions& options, const Job& other) {
-  if (!job.hasParameter("input")) {
-    throw UsageError(job.file +
-                     ": to watch a folder, a job needs the parameter \"input\", which is the file that arrived");
-  }
   for (std::size_t i = 0; i < job.steps.size(); ++i) {
     const auto files = job.steps[i].step.filesWritten(), otherFiles = other.steps[i].step.filesWritten();
     for (std::size_t k = 0; k < files.size(); ++k) {
@@ -161,6 +157,8 @@ void watch(Session& session, const PipelineOptions& options, Parameters paramete
       tell(e.what(), {});
     } catch (const Failure& e) {
       tell(e.what(), e.hint());
+    } catch (const Exceptions::Exception& e) {
+      tell(e.getErrorMessage(), std::string(e.getOrigin()));
     } catch (const std::bad_alloc&) {
       tell("memory ran out", {});
     }

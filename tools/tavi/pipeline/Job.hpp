@@ -19,9 +19,6 @@ struct Job {
   std::string file;
   Json parameters;  ///< with the values of this run
   std::vector<JobStep> steps;
-
-  /// Whether the job asks for a parameter of that name.
-  bool hasParameter(const std::string& name) const { return parameters.contains(name); }
 };
 
 /// Texts by the names of parameters.

@@ -12,12 +12,17 @@
 namespace NORV::TaviTool {
 namespace {
 
-/// "mask" and "Mask" are short for "inputMask".
-bool isShortFor(const std::string& shortKey, const std::string& key) {
-  const std::size_t role = isInput(key) ? 5 : 6;
-  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-  return !shortKey.empty() && key.size() == role + shortKey.size() && lower(key[role]) == lower(shortKey[0]) &&
-         key.compare(role + 1, std::string::npos, shortKey, 1) == 0;
+/// "mask" and "Mask" are short for "inputMask", and for "inputMaskVolume" where that takes a mask or a matrix.
+bool isShortFor(const std::string& shortKey, const KeyDescription& key) {
+  const auto isRest = [&](const std::string& rest) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return !shortKey.empty() && rest.size() == shortKey.size() && lower(rest[0]) == lower(shortKey[0]) &&
+           rest.compare(1, std::string::npos, shortKey, 1) == 0;
+  };
+  static const std::string end = "Volume";
+  const std::string rest = key.key.substr(isInput(key.key) ? 5 : 6);
+  const bool mayLoseEnd = key.info.takes == Takes::mask || key.info.takes == Takes::matrix;
+  return isRest(rest) || (mayLoseEnd && rest.ends_with(end) && isRest(rest.substr(0, rest.size() - end.size())));
 }
 
 bool takesVolume(const KeyDescription& key) { return isVolume(key) || key.info.takes == Takes::volumeList; }
@@ -56,7 +61,7 @@ const KeyDescription& Step::findKey(const std::string& name) const {
       return each;
     }
     names.push_back(each.key);
-    if (isShortFor(name, each.key)) {
+    if (isShortFor(name, each)) {
       meant.push_back(each.key);
       found = &each;
     }
@@ -149,6 +154,8 @@ void Step::checkOutput(const KeyDescription& key, const Items& items) {
         requireWritable(item.text);
         addTarget(key.key, target.name);
       }
+    } else if (item.isName && item.text.find(':') != std::string::npos) {
+      throw UsageError(key.key + "=" + item.text + ": only a volume has a voxel type and extents");
     } else if (!item.isName) {
       if (!isResultFile(key, item.text)) {
         throw UsageError(key.key + " is a result; it is printed after the run");

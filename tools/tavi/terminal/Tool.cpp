@@ -1,4 +1,5 @@
 #include <Catalogue.hpp>
+#include <CommandTable.hpp>
 #include <Commands.hpp>
 #include <Tavi/Exceptions.hpp>
 
@@ -74,6 +75,8 @@ int flushed() {
   return 0;
 }
 
+void printText(const std::string& text) { std::fputs(text.c_str(), stdout); }
+
 int guarded(Session& session, const std::function<void()>& command) {
   try {
     command();
@@ -110,6 +113,9 @@ struct Arguments {
   MaskOptions mask;
   FeaturesOptions features;
   DemoOptions demo;
+  std::string shell;
+  std::string manualFolder = "man";
+  std::string manualDate;
   std::function<void()> command;
 
   Layout layout() const { return markdown ? Layout::markdown : Layout::text; }
@@ -134,13 +140,9 @@ void addPipeline(CLI::App& command, PipelineOptions& options) {
   command.footer(pipelineHelp);
 }
 
-void addCommands(CLI::App& app, Arguments& a) {
-  const auto add = [&](const char* name, const char* description, std::function<void()> command) {
-    CLI::App* sub = app.add_subcommand(name, description);
-    sub->fallthrough();
-    sub->callback([&a, command = std::move(command)] { a.command = command; });
-    return sub;
-  };
+using Adder = std::function<CLI::App*(const char* name, const char* description, std::function<void()> command)>;
+
+void addOperatorCommands(const Adder& add, Arguments& a) {
   CLI::App* list = add("list", "Lists the operators", [&a] { listCommand(a.session, a.layout()); });
   list->add_flag("--markdown", a.markdown, "As rows of a Markdown table");
 
@@ -148,15 +150,6 @@ void addCommands(CLI::App& app, Arguments& a) {
                            [&a] { describeCommand(a.session, a.op, a.layout()); });
   describe->add_option("operator", a.op, "Its name; all operators if absent");
   describe->add_flag("--markdown", a.markdown, "As a page of the documentation");
-
-  CLI::App* info = add("info", "Tells voxel type, extents and grey values of a volume file",
-                       [&a] { infoCommand(a.session, a.file); });
-  info->add_option("file", a.file, "Volume file")->required();
-
-  CLI::App* convert = add("convert", "Writes the volume of one file to a file of another kind",
-                          [&a] { convertCommand(a.session, a.file, a.target); });
-  convert->add_option("from", a.file, "Volume file to read")->required();
-  convert->add_option("to", a.target, "Volume file to write; the end of its name tells the kind")->required();
 
   CLI::App* run = add("run", "Runs an operator", [&a] { runCommand(a.session, a.run); });
   run->add_option("operator", a.run.op, "Its name")->required();
@@ -168,6 +161,17 @@ void addCommands(CLI::App& app, Arguments& a) {
   addPipeline(
       *add("pipeline", "Runs the steps of a job file in memory", [&a] { pipelineCommand(a.session, a.pipeline); }),
       a.pipeline);
+}
+
+void addVolumeCommands(const Adder& add, Arguments& a) {
+  CLI::App* info = add("info", "Tells voxel type, extents and grey values of a volume file",
+                       [&a] { infoCommand(a.session, a.file); });
+  info->add_option("file", a.file, "Volume file")->required();
+
+  CLI::App* convert = add("convert", "Writes the volume of one file to a file of another kind",
+                          [&a] { convertCommand(a.session, a.file, a.target); });
+  convert->add_option("from", a.file, "Volume file to read")->required();
+  convert->add_option("to", a.target, "Volume file to write; the end of its name tells the kind")->required();
 
   CLI::App* slice = add("slice", "Draws a slice of a volume", [&a] { sliceCommand(a.session, a.slice); });
   slice->add_option("file", a.slice.file, "Volume file")->required();
@@ -199,6 +203,29 @@ void addCommands(CLI::App& app, Arguments& a) {
   demo->add_option("-o,--output", a.demo.folder, "Folder for the results")->capture_default_str();
 }
 
+void addShellCommands(const Adder& add, const CLI::App& app, Arguments& a) {
+  CLI::App* completion = add("completion", "Prints a script that completes commands, operators, keys and values",
+                             [&a, &app] { printText(completionScript(app, a.shell)); });
+  completion->add_option("shell", a.shell, "bash or zsh")->required();
+
+  CLI::App* manual = add("manual", "Writes manual pages of all commands and operators",
+                         [&a, &app] { writeManual(app, a.manualFolder, a.manualDate); });
+  manual->add_option("-o,--output", a.manualFolder, "Folder for man1 and man7")->capture_default_str();
+  manual->add_option("--date", a.manualDate, "Date of the pages, such as \"January 31, 2026\"")->required();
+}
+
+void addCommands(CLI::App& app, Arguments& a) {
+  const Adder add = [&](const char* name, const char* description, std::function<void()> command) {
+    CLI::App* sub = app.add_subcommand(name, description);
+    sub->fallthrough();
+    sub->callback([&a, command = std::move(command)] { a.command = command; });
+    return sub;
+  };
+  addOperatorCommands(add, a);
+  addVolumeCommands(add, a);
+  addShellCommands(add, app, a);
+}
+
 /// What is wrong with the first word that is no option, if it names no command.
 std::string unknownCommand(const CLI::App& app, int argc, const char* const* argv) {
   std::vector<std::string> commands;
@@ -225,6 +252,7 @@ int runTool(int argc, const char* const* argv) {
   arguments.session.arguments.assign(argv, argv + argc);
   CLI::App app("Operators on three-dimensional voxel volumes, from the command line", "tavi");
   app.require_subcommand(1);
+  app.set_version_flag("--version", "tavi " TAVI_VERSION);
   app.add_flag("--json", arguments.session.json, "Results for machines, on standard output");
   app.add_flag("--progress", arguments.session.progress, "Progress as lines where standard error is no terminal");
   app.add_flag("-q,--quiet", arguments.session.quiet, "No progress on standard error");
