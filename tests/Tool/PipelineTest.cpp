@@ -201,7 +201,7 @@ TEST_F(ToolPipeline, ReadsAFileAgainThatItHasWritten) {
   EXPECT_EQ(readRek<uint8>("out.rek")[1], 245);
   const Json record = Json::parse(readFile("job.record.json"));
   // The checksum of the input is that of the file as it was.
-  EXPECT_NE(record["inputs"][0]["sha256"], record["outputs"][0]["sha256"]);
+  EXPECT_NE(record["inputs"][1]["sha256"], record["outputs"][0]["sha256"]);
   EXPECT_EQ(record["outputs"][0]["file"], "in.rek");
 }
 
@@ -212,7 +212,8 @@ TEST_F(ToolPipeline, WritesARecordOfWhatRan) {
   EXPECT_EQ(record["status"], "done");
   EXPECT_EQ(record["parameters"], Json::parse(R"({"input": "in.rek", "low": "60"})"));
   EXPECT_EQ(record["arguments"][1], "pipeline");
-  EXPECT_EQ(record["inputs"][0]["bytes"], 2048 + 24);
+  EXPECT_EQ(record["inputs"][0]["file"], "job.json");
+  EXPECT_EQ(record["inputs"][1]["bytes"], 2048 + 24);
   EXPECT_EQ(record["outputs"].size(), 2U);
   ASSERT_EQ(record["steps"].size(), 2U);
   EXPECT_EQ(record["steps"][0]["name"], "clamp");
@@ -331,12 +332,17 @@ TEST_F(ToolPipelineFailure, TellsWhereTheFormIsWrong) {
   EXPECT_EQ(complaint(twoSteps, {"hight=3"}), "tavi: job.json has no parameter \"hight\"; the nearest is input\n");
   EXPECT_EQ(complaint(R"({"parameters": {"input": null}, "steps": [{"operator": "Inversion"}]})"),
             "tavi: job.json: the parameter input has no value; give it with input=<value>\n");
+  EXPECT_EQ(complaint(step(R"("RekReader", "inputFilename": "$a", "outputVolume": "$b")")),
+            "tavi: job.json: step 1 (RekReader): inputFilename=$a: expected the name of a file\n");
+  EXPECT_EQ(complaint(step(R"("Inversion", "inputVolume": )" + std::string(100000, '[') + std::string(100000, ']'))),
+            "tavi: job.json: is nested more than 16 levels deep\n");
+  EXPECT_EQ(runQuietly({"pipeline", "."}).err, "tavi: .: cannot be read\n      Is a directory\n");
   EXPECT_EQ(runQuietly({"pipeline", "none.json"}).err,
             "tavi: none.json: cannot be read\n      No such file or directory\n");
   EXPECT_EQ(runQuietly({"pipeline"}).err,
             "tavi: which job? tavi pipeline <job.json>; --schema prints how one is written\n");
   EXPECT_EQ(complaint(twoSteps, {"--record", "in.rek"}),
-            "tavi: in.rek: the record would replace a file of the job; name another with --record\n");
+            "tavi: in.rek: the record would replace a file that is used; name another with --record\n");
 }
 
 TEST_F(ToolPipelineFailure, OfAStepIsNamedAndRecorded) {

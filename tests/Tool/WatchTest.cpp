@@ -66,7 +66,7 @@ TEST_F(ToolWatch, BeginsWithTheFilesThatAreThereWhereAsked) {
   writeFile("watched/old.rek", scan);
   const Outcome outcome = run(watch({"--count", "1", "--existing", "--json", "--quiet"}));
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_EQ(nlohmann::json::parse(outcome.out)["inputs"][0]["file"], "watched/old.rek");
+  EXPECT_EQ(nlohmann::json::parse(outcome.out)["inputs"][1]["file"], "watched/old.rek");
   EXPECT_TRUE(exists("done/old.rek"));
 }
 

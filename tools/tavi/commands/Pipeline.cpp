@@ -58,27 +58,10 @@ std::string recordFileOf(const PipelineOptions& options, const std::string& stem
   return own.substr(0, own.size() - end.size()) + "." + stem + end;
 }
 
-/// A record in place of a result, or of the job itself, would cost it.
-void requireOwnFile(const Job& job, const std::string& record) {
-  const auto isRecord = [&](const std::string& file) { return finalTarget(file) == finalTarget(record); };
-  bool isTaken = !record.empty() && isRecord(job.file);
-  for (const JobStep& step : job.steps) {
-    for (const auto& files : {step.step.filesRead(), step.step.filesWritten()}) {
-      for (const Step::FileUse& use : files) {
-        isTaken = isTaken || (!record.empty() && isRecord(use.name));
-      }
-    }
-  }
-  if (isTaken) {
-    throw UsageError(record + ": the record would replace a file of the job; name another with --record");
-  }
-}
-
 void runOnce(Session& session, const PipelineOptions& options, const Parameters& parameters, const std::string& stem) {
   Job job = readJob(options.job, parameters);
   checkJob(session, job);
   const std::string recordFile = recordFileOf(options, stem);
-  requireOwnFile(job, recordFile);
   if (options.onlyCheck) {
     if (!session.json) {
       std::printf("%s: %zu steps, ready to run\n", options.job.c_str(), job.steps.size());
@@ -88,9 +71,11 @@ void runOnce(Session& session, const PipelineOptions& options, const Parameters&
     return;
   }
   Record record(session, {{"job", options.job}, {"parameters", job.parameters}}, recordFile);
+  record.addInput(job.file);
   for (const JobStep& step : job.steps) {
     record.addFilesOf(step.step);
   }
+  session.brief = !session.progress;  // the table tells of the steps
   StepTable table(job.steps.size());
   std::vector<StepObserver*> observers{&record};
   if (!session.json) {

@@ -16,10 +16,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr int deepest = 16;
+
 /// JSON in which no object has a key twice: the second value would silently win.
 Json parseStrictly(const std::string& text, const std::string& file) {
   std::vector<std::set<std::string>> open;
-  const auto watch = [&](int, Json::parse_event_t event, Json& parsed) {
+  const auto watch = [&](int depth, Json::parse_event_t event, Json& parsed) {
+    if (depth > deepest) {
+      throw UsageError(file + ": is nested more than " + std::to_string(deepest) + " levels deep");
+    }
     if (event == Json::parse_event_t::object_start) {
       open.emplace_back();
     } else if (event == Json::parse_event_t::object_end) {
@@ -40,16 +45,15 @@ Json parseStrictly(const std::string& text, const std::string& file) {
 }
 
 std::string readText(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::string text{std::istreambuf_iterator<char>(stream), {}};
-  if (!stream.good() && !stream.eof()) {
-    throw Failure(file + ": cannot be read", std::strerror(errno));
-  }
   std::error_code error;
   if (fs::is_directory(file, error)) {
     throw Failure(file + ": cannot be read", std::strerror(EISDIR));
   }
-  return text;
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) {
+    throw Failure(file + ": cannot be read", std::strerror(errno));
+  }
+  return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 /// A value of a job as the command line would have it.

@@ -61,14 +61,26 @@ Record::Record(Session& session, Json about, const std::string& file) : _session
   }
 }
 
+void Record::requireOther(const std::string& file) const {
+  if (!_file.empty() && finalTarget(file) == finalTarget(_file)) {
+    throw UsageError(_file + ": the record would replace a file that is used; name another with --record");
+  }
+}
+
+void Record::addInput(const std::string& file) {
+  requireOther(file);
+  addOnce(_read, file);
+}
+
 void Record::addFilesOf(const Step& step) {
   for (const Step::FileUse& use : step.filesRead()) {
     // What the job itself has written before is no input of it.
     if (std::find(_written.begin(), _written.end(), use.name) == _written.end()) {
-      addOnce(_read, use.name);
+      addInput(use.name);
     }
   }
   for (const Step::FileUse& use : step.filesWritten()) {
+    requireOther(use.name);
     addOnce(_written, use.name);
   }
 }

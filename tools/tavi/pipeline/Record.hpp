@@ -20,7 +20,10 @@ public:
 
   /// Notes the files that a step reads and writes. Checksums of those that exist to be read are taken when the run
   /// begins, as it may replace them, the others when it ends.
+  /// Throws UsageError where one of them is the record itself.
   void addFilesOf(const Step& step);
+  /// A file that is read, such as that of the job.
+  void addInput(const std::string& file);
 
   void stepDone(const StepReport& report) override;
 
@@ -30,6 +33,7 @@ public:
   const Json& json() const { return _json; }
 
 private:
+  void requireOther(const std::string& file) const;
   void begin();
   void end(const char* status, const std::string& text);
   void endAfterFailure(const char* status, const std::string& text) noexcept;

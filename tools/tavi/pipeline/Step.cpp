@@ -120,6 +120,9 @@ void Step::checkGiven(const KeyDescription& key, Items& items) {
 void Step::checkInput(const KeyDescription& key, const Item& item) {
   switch (sourceOf(key, item)) {
     case Source::name:
+      if (key.info.takes == Takes::fileName) {
+        throw UsageError(key.key + "=" + item.text + ": expected the name of a file");
+      }
       if (item.text.find(':') != std::string::npos) {
         throw UsageError(key.key + "=" + item.text + ": only a volume to make has a voxel type and extents");
       }

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 /// Manual pages in mdoc.
@@ -39,7 +40,7 @@ std::string paragraph(const std::string& text) {
   bool isStart = true;
   while (words >> word) {
     result += (isStart ? "" : " ") + escaped(word, isStart);
-    isStart = word.size() > 3 && word.ends_with('.') && word.find('.') == word.size() - 1;
+    isStart = word.ends_with('.') || word.ends_with(".)");
     result += isStart ? "\n" : "";
   }
   return result + (isStart ? "" : "\n");
@@ -116,16 +117,16 @@ std::string mainPage(const CLI::App& app, const std::string& date) {
                      ".Sh SYNOPSIS\n.Nm\n.Op Ar options\n.Ar command\n.Op Ar arguments ...\n.Sh DESCRIPTION\n" +
                      paragraph(withoutStop(app.get_description()) + ".") + optionList(entryOf(app)) +
                      ".Ss Commands\n.Bl -tag -width indent\n";
-  std::string others;
+  std::set<std::string> names;  // mdoc wants references in alphabetical order
   for (const CommandEntry& command : commandsOf(app)) {
     text += ".It Cm " + command.name + "\n" + paragraph(withoutStop(command.description) + ".");
-    others += ".Xr tavi-" + command.name + " 1 ,\n";
+    names.insert(".Xr tavi-" + command.name + " 1");
   }
   text += ".El\n.Ss Operators\nEach has a page in section 7:\n.Bl -tag -width indent\n";
   for (const std::string& op : operatorNames()) {
     text += ".It Xr tavi-" + op + " 7\n" + paragraph(summaryOf(op));
   }
-  return text + ".El\n" + exitStatus + ".Sh SEE ALSO\n" + others.substr(0, others.size() - 3) + "\n";
+  return text + ".El\n" + exitStatus + ".Sh SEE ALSO\n" + join({names.begin(), names.end()}, " ,\n") + "\n";
 }
 
 std::string keyItem(const KeyDescription& key) {
@@ -156,7 +157,7 @@ std::string operatorPage(const std::string& op, const std::string& date) {
   for (const Documentation::Part& part : documentation.parts) {
     text += ".It " + part.name + "\n" + paragraph(part.text);
   }
-  return text + ".El\n.Sh SEE ALSO\n.Xr tavi 1 ,\n.Xr tavi-run 1 ,\n.Xr tavi-pipeline 1\n";
+  return text + ".El\n.Sh SEE ALSO\n.Xr tavi 1 ,\n.Xr tavi-pipeline 1 ,\n.Xr tavi-run 1\n";
 }
 
 void writePage(const std::filesystem::path& file, const std::string& text) {

@@ -22,8 +22,11 @@ constexpr const char* runHelp =
     R"(Values:
   volumes         a file; its end tells its kind. Volumes to write may name their voxel type and extents, which
                   some operators need to choose what they do: outputVolume=out.rek:uint16 or out.rek:uint16:64x64x64
+                  A raw file is read with both: scan.raw:256x256x128:uint16, and :big for big-endian bytes
   masks           a file, as "tavi mask" writes it, or the shape itself: inputMask=ball:9x9x9, box:3x3x1, cross:5x5x5
   anchors         AxBxC, or center for the middle of the mask: inputAnchor=center
+  matrices        operations from left to right: matrix=rotate:z:30deg,about:center,translate:1x2x3, also scale:2 and
+                  flip:x; or 16 numbers with commas between, a .txt file of them, or a volume file
   volume lists    <file>,<file>,...
   grey values     a number of the voxel type of the input or output volume, as "tavi describe" says
   flags           true or false
@@ -31,7 +34,7 @@ constexpr const char* runHelp =
   regions         AxBxC+x+y+z
 Keys may be short of their role where that leaves one: mask=ball:9x9x9 anchor=center. Where a mask reaches past the
 volume, voxels of the result are those of the input.
-Results that are no volumes are printed by name.)";
+Results that are no volumes are printed by name, and written where a .json or, for records, a .csv file is given.)";
 
 constexpr const char* pipelineHelp =
     R"(A job is a JSON file:
