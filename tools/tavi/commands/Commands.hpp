@@ -24,8 +24,26 @@ void infoCommand(Session& session, const std::string& file);
 /// Writes the volume of one file to another, whose kind the end of its name tells.
 void convertCommand(Session& session, const std::string& from, const std::string& to);
 
-/// Each argument is "key=value".
-void runCommand(Session& session, const std::string& op, const std::vector<std::string>& arguments);
+struct RunOptions {
+  std::string op;
+  std::vector<std::string> assignments;  ///< each is "key=value"
+  std::string record;                    ///< file for the record of the run; none if empty
+};
+void runCommand(Session& session, const RunOptions& options);
+
+struct PipelineOptions {
+  std::string job;
+  std::vector<std::string> assignments;  ///< "name=value" for parameters of the job
+  std::string record;                    ///< "<job>.record.json" if empty
+  bool withoutRecord = false;
+  bool onlyCheck = false;
+  bool schema = false;    ///< prints the schema of job files instead
+  std::string folder;     ///< to watch; runs the job once if empty
+  bool existing = false;  ///< begins with the files that are in the folder
+  int count = 0;          ///< ends after so many files; 0 for no end
+  double interval = 1.0;  ///< seconds between looks into the folder
+};
+void pipelineCommand(Session& session, const PipelineOptions& options);
 
 struct SliceOptions {
   std::string file;

@@ -86,6 +86,14 @@ std::optional<MaskSpec> findMask(const std::string& key, const std::string& text
   return parseMask(key, text.substr(0, colon), text.substr(colon + 1));
 }
 
+bool mayBeMask(const KeyDescription& key) {
+  return key.info.takes == Takes::mask || key.info.takes == Takes::volumeList;
+}
+
+bool isMiddle(const KeyDescription& key, const std::string& text) {
+  return key.info.takes == Takes::position && (text == "center" || text == "centre");
+}
+
 SmartPointer<IVolume> makeMask(Session& session, const MaskSpec& spec) {
   const auto& extents = spec.dimension;
   if (spec.shape == "box") {

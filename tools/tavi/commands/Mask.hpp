@@ -23,6 +23,12 @@ MaskSpec parseMask(const std::string& argument, const std::string& shape, const 
 /// "ball:9x9x9" given for a key; nothing where the text does not begin with a shape and a colon, so is a file.
 std::optional<MaskSpec> findMask(const std::string& key, const std::string& text);
 
+/// Whether the shape of a mask may stand in place of a file.
+bool mayBeMask(const KeyDescription& key);
+
+/// Whether the text stands for the middle of the mask that the position is one of.
+bool isMiddle(const KeyDescription& key, const std::string& text);
+
 SmartPointer<IVolume> makeMask(Session& session, const MaskSpec& spec);
 
 /// The position of the middle voxel; that behind the middle along even extents.

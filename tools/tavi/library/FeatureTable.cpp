@@ -74,6 +74,8 @@ std::string shortText(const Json& cell) {
   return cell.is_string() ? cell.get<std::string>() : cell.dump();
 }
 
+std::string csvCell(const Json& cell) { return cell.is_string() ? cell.get<std::string>() : cell.dump(); }
+
 std::string joined(const Json& triple, const char* separator) {
   return shortText(triple.at(0)) + separator + shortText(triple.at(1)) + separator + shortText(triple.at(2));
 }
@@ -164,11 +166,28 @@ Json FeatureTable::record(std::size_t row) const {
 std::string FeatureTable::csvHeader() const { return join(_columns, ","); }
 
 std::string FeatureTable::csv(std::size_t row) const {
-  std::string line;
+  std::vector<std::string> cells;
   for (const Json& cell : _rows.at(row)) {
-    line += (line.empty() ? "" : ",") + (cell.is_string() ? cell.get<std::string>() : cell.dump());
+    cells.push_back(csvCell(cell));
   }
-  return line;
+  return join(cells, ",");
+}
+
+std::string csvOf(const SmartPointer<IComposite>& records) {
+  std::string lines;
+  for (SizeType i = 0; i < records->getNumberOfKeys(); ++i) {
+    const Json record = valueJson(records->getValue(records->getKey(i)));
+    if (!record.is_object()) {
+      return {};
+    }
+    std::vector<std::string> names, cells;
+    flatten("", record, [&](const std::string& name, const Json& cell) {
+      names.push_back(name);
+      cells.push_back(csvCell(cell));
+    });
+    lines += (i == 0 ? join(names, ",") + "\n" : std::string()) + join(cells, ",") + "\n";
+  }
+  return lines;
 }
 
 std::string FeatureTable::text() const {

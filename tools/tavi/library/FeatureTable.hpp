@@ -37,6 +37,10 @@ private:
   std::vector<std::vector<Json>> _rows;
 };
 
+/// Records, or nodes of the same entries, as lines with commas between, the first one of names such as "roi.origin.x".
+/// Empty for what is no list of records.
+std::string csvOf(const SmartPointer<IComposite>& records);
+
 /// How many objects there are from a size on, to just below twice that size.
 struct SizeClass {
   SizeType from = 0, to = 0, objects = 0;

@@ -229,7 +229,8 @@ std::string valueText(const SmartPointer<IComposite>& value) {
     return json.get<std::string>();
   }
   if (value != nullptr && hasKeys(*value, {"prim", "sec", "tert"})) {
-    return json[0].dump() + "x" + json[1].dump() + "x" + json[2].dump();
+    const auto text = [](const Json& each) { return each.is_string() ? each.get<std::string>() : each.dump(); };
+    return text(json[0]) + "x" + text(json[1]) + "x" + text(json[2]);
   }
   return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

@@ -3,6 +3,7 @@
 #include <Common.hpp>
 #include <Session.hpp>
 
+#include <optional>
 #include <string>
 
 /// Volumes in files: which operator reads and writes which kind of file is decided here and nowhere else.
@@ -15,6 +16,19 @@ struct FileFormat {
   const char* writer;
 };
 
+/// "volume.rek", "volume.raw:256x256x128:uint16:big": a file, and what its name cannot tell. A raw file needs extents
+/// and voxel type to be read; the order of its bytes is little if the text does not say "big". For a file to write,
+/// they are those that the volume is to have.
+struct VolumeFile {
+  std::string name;
+  std::string voxelType;
+  std::optional<Dimension<SizeType>> dimension;
+  bool isBigEndian = false;
+};
+
+/// Throws UsageError, which begins with the key unless that is empty.
+VolumeFile parseVolumeFile(const std::string& key, const std::string& text);
+
 /// The kind of a file by its name; throws UsageError, which lists the known ends of names, for any other.
 const FileFormat& formatOf(const std::string& file);
 
@@ -24,16 +38,35 @@ std::string volumeExtensionOf(const std::string& file);
 /// Whether a name has the end of a volume file that this library writes.
 bool isWritableVolumeName(const std::string& file);
 
-/// Throws UsageError for a name that cannot be read or written, and Failure for a folder that takes no file, before
-/// anything is opened.
-void requireReadable(const std::string& file);
-void requireWritable(const std::string& file);
+/// The voxel types that the writer of the file takes.
+std::vector<std::string> writableTypes(const std::string& file);
 
-SmartPointer<IVolume> loadVolume(Session& session, const std::string& file);
+/// Throws UsageError for what cannot be read or written by its name, and Failure for a folder that takes no file,
+/// before anything is opened. `text` is as for parseVolumeFile.
+void requireReadable(const std::string& text);
+void requireWritable(const std::string& text);
+/// Throws UsageError where the writer of the target has no instance for the voxel type.
+void requireVoxelType(const std::string& file, const std::string& voxelType);
+
+/// `text` is as for parseVolumeFile.
+SmartPointer<IVolume> loadVolume(Session& session, const std::string& text);
+
+/// What the head of a file says of its volume. The extents are absent where only the whole file tells them.
+struct VolumeHead {
+  std::string voxelType;
+  std::optional<Dimension<SizeType>> dimension;
+};
+/// Reads no voxel; throws as loadVolume does for a file that does not open or whose head is no such file's.
+VolumeHead headOf(Session& session, const std::string& text);
 
 /// Writes beside the target and puts the file in its place when it is complete, so that a failure or an interrupt
-/// costs no file that was there before. Targets that are no regular files are written directly.
-void saveVolume(Session& session, const SmartPointer<IVolume>& volume, const std::string& file);
+/// costs no file that was there before. Targets that are no regular files are written directly. Voxel type and extents
+/// in `text` are for who makes the volume.
+void saveVolume(Session& session, const SmartPointer<IVolume>& volume, const std::string& text);
+
+/// Throws Failure for a file that is shorter than its volume, where the operator that read or wrote it does not check.
+void requireWholeFile(const std::string& writtenName, const std::string& shownName, const std::string& op,
+                      const IVolume& volume);
 
 /// Writes a file that is no volume, likewise.
 void writeText(Session& session, const std::string& text, const std::string& file);

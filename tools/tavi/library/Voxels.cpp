@@ -42,10 +42,11 @@ void clear(const SmartPointer<IVolume>& volume) {
   });
 }
 
-SizeType voxelBytes(const IVolume& volume) {
-  const std::string type = shortName(volume.getVoxelType());
-  return type.ends_with("8") ? 1 : type.ends_with("16") ? 2 : type.ends_with("32") ? 4 : 8;
+SizeType voxelBytes(const std::string& voxelType) {
+  return voxelType.ends_with("8") ? 1 : voxelType.ends_with("16") ? 2 : voxelType.ends_with("32") ? 4 : 8;
 }
+
+SizeType voxelBytes(const IVolume& volume) { return voxelBytes(volume.getVoxelType()); }
 
 double sizeInBytes(const IVolume& volume) {
   return static_cast<double>(volume.getRoiSize()) * static_cast<double>(voxelBytes(volume));

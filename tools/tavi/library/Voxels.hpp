@@ -37,6 +37,7 @@ void withVoxels(const SmartPointer<IVolume>& volume, Body&& body) {
 void clear(const SmartPointer<IVolume>& volume);
 
 /// Bytes of one voxel.
+SizeType voxelBytes(const std::string& voxelType);
 SizeType voxelBytes(const IVolume& volume);
 /// Bytes of all voxels of the view.
 double sizeInBytes(const IVolume& volume);

@@ -169,6 +169,8 @@ void rethrowAsFailure(const std::exception_ptr& failure, const FailureContext& c
   // The family first: some of its members have two std::exception bases, which a handler for that class passes over.
   try {
     std::rethrow_exception(failure);
+  } catch (const Failure&) {
+    throw;  // of the tool itself
   } catch (const Exceptions::Exception& e) {
     const std::string message = e.getErrorMessage();
     const std::string text = std::string(e.getOrigin()) + ": " + (message.empty() ? e.getClassName() : message);

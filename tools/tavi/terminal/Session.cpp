@@ -7,6 +7,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -43,7 +44,11 @@ public:
         _brief(session.brief),
         _terminal(isCapableTerminal()),
         _lines(session.progress && !_terminal),
+        _job(session.job),
         _start(Clock::now()) {
+    if (_job) {
+      _doing = "step " + std::to_string(_job->stepsDone + 1) + " of " + std::to_string(_job->steps) + ": " + _doing;
+    }
     if (!_quiet && !_brief && _lines) {
       std::fprintf(stderr, "tavi: %s\n", _doing.c_str());
     }
@@ -79,17 +84,19 @@ private:
   static constexpr double lineEvery = 10.0;  // where there is no terminal
 
   void watch() {
-    double nextLine = lineEvery;
+    const Clock::time_point start = _job ? _job->start : _start;
+    double nextLine = secondsSince(start) + lineEvery;
     std::unique_lock lock(_mutex);
     while (!_wake.wait_for(lock, tick, [this] { return _finished; })) {
       if (Interrupt::signal() != 0) {
         _frame.abort();
       }
-      const double seconds = secondsSince(_start);
+      const double seconds = secondsSince(start);
       if (_quiet || !(_terminal || _lines) || seconds < (_terminal ? firstDraw : nextLine)) {
         continue;
       }
-      const std::string text = progressText(_doing, _frame.getProgress().getProgress(), seconds);
+      const double share = _frame.getProgress().getProgress();
+      const std::string text = progressText(_doing, _job ? _job->share(share) : share, seconds);
       if (_terminal) {
         std::fprintf(stderr, "\r\033[K%s", text.c_str());
         std::fflush(stderr);
@@ -109,6 +116,7 @@ private:
   bool _lines;     ///< plain lines instead of a bar
   bool _drawn = false;
   bool _finished = false;
+  std::optional<JobProgress> _job;
   Clock::time_point _start;
   std::mutex _mutex;
   std::condition_variable _wake;
@@ -161,6 +169,12 @@ std::string progressText(const std::string& doing, double share, double seconds)
   return text;
 }
 
+double JobProgress::share(double shareOfRun) const {
+  const double run = std::min(static_cast<double>(runsDone) + shareOfRun, static_cast<double>(runs));
+  const double step = static_cast<double>(stepsDone) + run / static_cast<double>(runs);
+  return std::min(step / static_cast<double>(steps), 1.0);
+}
+
 double Session::run(const std::string& op, IOperator& frame, const SmartPointer<IComposite>& parameter,
                     const std::string& doing, const std::string& shownFile) {
   const std::string file = ownFile(parameter);
@@ -180,6 +194,9 @@ double Session::run(const std::string& op, IOperator& frame, const SmartPointer<
   }
   if (Interrupt::signal() != 0) {
     interrupted(doing, isWriter(op) && shownFile.empty() ? file : std::string());
+  }
+  if (job) {
+    ++job->runsDone;
   }
   return seconds;
 }

@@ -4,10 +4,25 @@
 
 #include <chrono>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace NORV::TaviTool {
+
+/// How far a job of several steps is: each run of an operator is an equal share of its step, each step of the job.
+struct JobProgress {
+  std::size_t steps = 0, stepsDone = 0;
+  std::size_t runs = 1, runsDone = 0;  ///< of the step in progress
+  std::chrono::steady_clock::time_point start;
+
+  void beginStep(std::size_t runsOfStep) {
+    runs = runsOfStep;
+    runsDone = 0;
+  }
+  /// The share of the job, where the run in progress has done the given share.
+  double share(double shareOfRun) const;
+};
 
 /// One call of the tool: how it talks, what it runs, what it has written so far.
 class Session {
@@ -15,7 +30,10 @@ public:
   bool json = false;
   bool progress = false;  ///< lines about progress also where standard error is no terminal
   bool quiet = false;
-  bool brief = false;  ///< no lines about single runs, as another report tells of them
+  bool brief = false;                  ///< no lines about single runs, as another report tells of them
+  std::vector<std::string> arguments;  ///< the command line
+
+  std::optional<JobProgress> job;  ///< progress is that of the job while there is one
 
   /// Runs an operator on the calling thread and shows its progress under the name `doing` meanwhile; returns the
   /// seconds it took. Throws Failure with the library's text and a hint, or Interrupted. `shownFile` names the file

@@ -1,4 +1,5 @@
 #include <Catalogue.hpp>
+#include <CommandTable.hpp>
 #include <Commands.hpp>
 #include <Tavi/Exceptions.hpp>
 
@@ -21,9 +22,11 @@ constexpr const char* runHelp =
     R"(Values:
   volumes         a file; its end tells its kind. Volumes to write may name their voxel type and extents, which
                   some operators need to choose what they do: outputVolume=out.rek:uint16 or out.rek:uint16:64x64x64
+                  A raw file is read with both: scan.raw:256x256x128:uint16, and :big for big-endian bytes
   masks           a file, as "tavi mask" writes it, or the shape itself: inputMask=ball:9x9x9, box:3x3x1, cross:5x5x5
   anchors         AxBxC, or center for the middle of the mask: inputAnchor=center
-  modify keys     <file to read>:<file to write>
+  matrices        operations from left to right: matrix=rotate:z:30deg,about:center,translate:1x2x3, also scale:2 and
+                  flip:x; or 16 numbers with commas between, a .txt file of them, or a volume file
   volume lists    <file>,<file>,...
   grey values     a number of the voxel type of the input or output volume, as "tavi describe" says
   flags           true or false
@@ -31,7 +34,18 @@ constexpr const char* runHelp =
   regions         AxBxC+x+y+z
 Keys may be short of their role where that leaves one: mask=ball:9x9x9 anchor=center. Where a mask reaches past the
 volume, voxels of the result are those of the input.
-Results that are no volumes are printed by name.)";
+Results that are no volumes are printed by name, and written where a .json or, for records, a .csv file is given.)";
+
+constexpr const char* pipelineHelp =
+    R"(A job is a JSON file:
+  {"parameters": {"input": "scan.rek"},
+   "steps": [{"operator": "HistogramUpdateMedian", "name": "filter", "inputVolume": "${input}",
+              "inputMask": "box:3x3x3", "inputAnchor": "center", "outputVolume": "$filtered"},
+             {"operator": "RangeInversion", "inputVolume": "$filtered",
+              "outputVolume": ["$inverted", "${input.stem}-inverted.rek", "inverted.vti"]}]}
+Values are written as for "tavi run", numbers, flags and lists also as in JSON. "$name" is what a step makes for later
+ones and stays in memory until its last use. "${name}" is a parameter; of a file, "${name.stem}", "${name.file}" and
+"${name.folder}" are parts. The whole job is checked before its first step.)";
 
 /// One line for the text, one for the hint.
 void report(const Session& session, const char* text, const std::string& hint, int status) {
@@ -64,6 +78,8 @@ int flushed() {
   return 0;
 }
 
+void printText(const std::string& text) { std::fputs(text.c_str(), stdout); }
+
 int guarded(Session& session, const std::function<void()>& command) {
   try {
     command();
@@ -94,23 +110,42 @@ struct Arguments {
   std::string op;
   std::string file;
   std::string target;
-  std::vector<std::string> assignments;
+  RunOptions run;
+  PipelineOptions pipeline;
   SliceOptions slice;
   MaskOptions mask;
   FeaturesOptions features;
   DemoOptions demo;
+  std::string shell;
+  std::string manualFolder = "man";
+  std::string manualDate;
   std::function<void()> command;
 
   Layout layout() const { return markdown ? Layout::markdown : Layout::text; }
 };
 
-void addCommands(CLI::App& app, Arguments& a) {
-  const auto add = [&](const char* name, const char* description, std::function<void()> command) {
-    CLI::App* sub = app.add_subcommand(name, description);
-    sub->fallthrough();
-    sub->callback([&a, command = std::move(command)] { a.command = command; });
-    return sub;
-  };
+void addPipeline(CLI::App& command, PipelineOptions& options) {
+  command.add_option("job", options.job, "Job file");
+  command.add_option("parameters", options.assignments, "Parameters of the job")->type_name("name=value ...");
+  command.add_flag("--check", options.onlyCheck, "Checks the whole job and runs nothing");
+  CLI::Option* record = command.add_option(
+      "--record", options.record, "File for the record of the run; the job's name with .record.json if absent");
+  command.add_flag("--no-record", options.withoutRecord, "Writes no record")->excludes(record);
+  CLI::Option* watch =
+      command.add_option("--watch", options.folder, "Runs the job on each file that arrives in a folder");
+  command.add_flag("--existing", options.existing, "Begins with the files that are in the folder")->needs(watch);
+  command.add_option("--count", options.count, "Ends after so many files")->needs(watch)->check(CLI::PositiveNumber);
+  command.add_option("--interval", options.interval, "Seconds between looks into the folder")
+      ->needs(watch)
+      ->check(CLI::Range(0.01, 3600.0))
+      ->capture_default_str();
+  command.add_flag("--schema", options.schema, "Prints the JSON schema of job files instead");
+  command.footer(pipelineHelp);
+}
+
+using Adder = std::function<CLI::App*(const char* name, const char* description, std::function<void()> command)>;
+
+void addOperatorCommands(const Adder& add, Arguments& a) {
   CLI::App* list = add("list", "Lists the operators", [&a] { listCommand(a.session, a.layout()); });
   list->add_flag("--markdown", a.markdown, "As rows of a Markdown table");
 
@@ -119,6 +154,19 @@ void addCommands(CLI::App& app, Arguments& a) {
   describe->add_option("operator", a.op, "Its name; all operators if absent");
   describe->add_flag("--markdown", a.markdown, "As a page of the documentation");
 
+  CLI::App* run = add("run", "Runs an operator", [&a] { runCommand(a.session, a.run); });
+  run->add_option("operator", a.run.op, "Its name")->required();
+  run->add_option("values", a.run.assignments, "Keys as \"tavi describe <operator>\" shows them")
+      ->type_name("key=value ...");
+  run->add_option("--record", a.run.record, "Writes what ran to a JSON file: parameters, versions, times, checksums");
+  run->footer(runHelp);
+
+  addPipeline(
+      *add("pipeline", "Runs the steps of a job file in memory", [&a] { pipelineCommand(a.session, a.pipeline); }),
+      a.pipeline);
+}
+
+void addVolumeCommands(const Adder& add, Arguments& a) {
   CLI::App* info = add("info", "Tells voxel type, extents and grey values of a volume file",
                        [&a] { infoCommand(a.session, a.file); });
   info->add_option("file", a.file, "Volume file")->required();
@@ -127,12 +175,6 @@ void addCommands(CLI::App& app, Arguments& a) {
                           [&a] { convertCommand(a.session, a.file, a.target); });
   convert->add_option("from", a.file, "Volume file to read")->required();
   convert->add_option("to", a.target, "Volume file to write; the end of its name tells the kind")->required();
-
-  CLI::App* run = add("run", "Runs an operator", [&a] { runCommand(a.session, a.op, a.assignments); });
-  run->add_option("operator", a.op, "Its name")->required();
-  run->add_option("values", a.assignments, "Keys as \"tavi describe <operator>\" shows them")
-      ->type_name("key=value ...");
-  run->footer(runHelp);
 
   CLI::App* slice = add("slice", "Draws a slice of a volume", [&a] { sliceCommand(a.session, a.slice); });
   slice->add_option("file", a.slice.file, "Volume file")->required();
@@ -164,6 +206,29 @@ void addCommands(CLI::App& app, Arguments& a) {
   demo->add_option("-o,--output", a.demo.folder, "Folder for the results")->capture_default_str();
 }
 
+void addShellCommands(const Adder& add, const CLI::App& app, Arguments& a) {
+  CLI::App* completion = add("completion", "Prints a script that completes commands, operators, keys and values",
+                             [&a, &app] { printText(completionScript(app, a.shell)); });
+  completion->add_option("shell", a.shell, "bash or zsh")->required();
+
+  CLI::App* manual = add("manual", "Writes manual pages of all commands and operators",
+                         [&a, &app] { writeManual(app, a.manualFolder, a.manualDate); });
+  manual->add_option("-o,--output", a.manualFolder, "Folder for man1 and man7")->capture_default_str();
+  manual->add_option("--date", a.manualDate, "Date of the pages, such as \"January 31, 2026\"")->required();
+}
+
+void addCommands(CLI::App& app, Arguments& a) {
+  const Adder add = [&](const char* name, const char* description, std::function<void()> command) {
+    CLI::App* sub = app.add_subcommand(name, description);
+    sub->fallthrough();
+    sub->callback([&a, command = std::move(command)] { a.command = command; });
+    return sub;
+  };
+  addOperatorCommands(add, a);
+  addVolumeCommands(add, a);
+  addShellCommands(add, app, a);
+}
+
 /// What is wrong with the first word that is no option, if it names no command.
 std::string unknownCommand(const CLI::App& app, int argc, const char* const* argv) {
   std::vector<std::string> commands;
@@ -187,8 +252,10 @@ std::string unknownCommand(const CLI::App& app, int argc, const char* const* arg
 
 int runTool(int argc, const char* const* argv) {
   Arguments arguments;
+  arguments.session.arguments.assign(argv, argv + argc);
   CLI::App app("Operators on three-dimensional voxel volumes, from the command line", "tavi");
   app.require_subcommand(1);
+  app.set_version_flag("--version", "tavi " TAVI_VERSION);
   app.add_flag("--json", arguments.session.json, "Results for machines, on standard output");
   app.add_flag("--progress", arguments.session.progress, "Progress as lines where standard error is no terminal");
   app.add_flag("-q,--quiet", arguments.session.quiet, "No progress on standard error");
