@@ -99,3 +99,13 @@ tavi_package(
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${library_package} (= ${TAVI_PACKAGE_VERSION})")
 
 include(CPack)
+
+# All that the packages hold.
+add_custom_target(packaged)
+add_dependencies(packaged TaviOperators)
+foreach(level IN LISTS TAVI_VARIANTS)
+  add_dependencies(packaged TaviOperators-${level})
+endforeach()
+if(TAVI_BUILD_TOOLS)
+  add_dependencies(packaged tavi)
+endif()

@@ -19,6 +19,31 @@ function(run)
   if(arg_EXPECT AND NOT output MATCHES "${arg_EXPECT}")
     message(FATAL_ERROR "${command}: did not print \"${arg_EXPECT}\"")
   endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+# build_consumer(<folder> <definition>...): configures and builds a project that uses the installation.
+function(build_consumer folder)
+  file(REMOVE_RECURSE ${folder})
+  run(COMMAND
+      ${CMAKE_COMMAND}
+      -S ${CMAKE_CURRENT_LIST_DIR}/consumer
+      -B ${folder}
+      -G ${GENERATOR}
+      -D CMAKE_BUILD_TYPE=Debug
+      -D CMAKE_CXX_COMPILER=${COMPILER}
+      -D CMAKE_CXX_FLAGS=${sanitize}
+      -D CMAKE_PREFIX_PATH=${PREFIX}
+      ${ARGN})
+  run(COMMAND ${CMAKE_COMMAND} --build ${folder})
+endfunction()
+
+# General names such as Array.hpp must not reach a system's include folder.
+function(check_header_folder)
+  file(GLOB entries RELATIVE ${PREFIX}/${INCLUDEDIR} ${PREFIX}/${INCLUDEDIR}/*)
+  if(NOT entries STREQUAL "tavi-operators")
+    message(FATAL_ERROR "Headers are installed outside of ${INCLUDEDIR}/tavi-operators: ${entries}")
+  endif()
 endfunction()
 
 set(host ${CMAKE_CURRENT_LIST_DIR}/host.cpp)
@@ -30,25 +55,11 @@ endif()
 if(STEP STREQUAL "install")
   file(REMOVE_RECURSE ${PREFIX})
   run(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --config ${CONFIG} --prefix ${PREFIX})
-  # General names such as Array.hpp must not reach a system's include folder.
-  file(GLOB entries RELATIVE ${PREFIX}/${INCLUDEDIR} ${PREFIX}/${INCLUDEDIR}/*)
-  if(NOT entries STREQUAL "tavi-operators")
-    message(FATAL_ERROR "Headers are installed outside of ${INCLUDEDIR}/tavi-operators: ${entries}")
-  endif()
+  check_header_folder()
 
 elseif(STEP STREQUAL "cmake")
   set(build ${WORK_DIR}/consumer)
-  file(REMOVE_RECURSE ${build})
-  run(COMMAND
-      ${CMAKE_COMMAND}
-      -S ${CMAKE_CURRENT_LIST_DIR}/consumer
-      -B ${build}
-      -G ${GENERATOR}
-      -D CMAKE_BUILD_TYPE=Debug
-      -D CMAKE_CXX_COMPILER=${COMPILER}
-      -D CMAKE_CXX_FLAGS=${sanitize}
-      -D CMAKE_PREFIX_PATH=${PREFIX})
-  run(COMMAND ${CMAKE_COMMAND} --build ${build})
+  build_consumer(${build})
   run(COMMAND ${build}/host IN ${build} EXPECT "host contract holds\n$")
   run(COMMAND ${build}/loading_host ${library} IN ${build} EXPECT "boundary holds\n$")
 
@@ -72,5 +83,5 @@ $(pkg-config --cflags --libs TaviOperators | sed 's/-lTaviOperators//') -ldl"
   run(COMMAND ${build}/loading_host ${library} IN ${build} EXPECT "boundary holds\n$")
 
 else()
-  message(FATAL_ERROR "Unknown step: ${STEP}")
+  include(${CMAKE_CURRENT_LIST_DIR}/DebianSteps.cmake)
 endif()
