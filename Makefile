@@ -7,6 +7,11 @@
 #   make fuzz [TARGET=] [TIME=60]  fuzzes the readers of files, each TIME seconds
 #   make docs                      renews the generated parts of the documentation, builds its site in build/docs
 #   make format, make tidy         formatting, static analysis
+#   make packages                  Debian packages, installed and used in a fresh root: build/package/packages
+#   make baseline                  all tests on the library for the oldest processor
+#   make coverage                  all tests, and which lines of the library they execute
+#   make abi                       renews the list of the library's binary interface
+#   make check [PARTS="..."]       everything that a release needs, each part on its own, with a summary
 
 SHELL := /bin/bash
 CMAKE_GENERATOR ?= $(if $(shell command -v ninja),Ninja,Unix Makefiles)
@@ -16,28 +21,29 @@ export CMAKE_GENERATOR CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
 
 SOURCES = git ls-files -z -- '*.hpp' '*.cpp'
 
-.PHONY: demo test bench asan tsan fuzz docs format tidy release packages packages-docs packages-sanitizers packages-tests
+.PHONY: demo test bench asan tsan fuzz docs format format-check tidy packages baseline coverage abi check release \
+	dependencies dependencies-docs dependencies-sanitizers dependencies-tests
 
-demo: packages
+demo: dependencies
 	@echo "Building the library and the command-line tool, without the tests: a few minutes"
 	cmake --preset release
 	cmake --build --preset release --target tavi
 	scripts/demo $(INPUT)
 
-test: packages-tests release
+test: dependencies-tests release
 	ctest --preset release
 
-bench: packages
+bench: dependencies
 	cmake --preset bench
 	cmake --build --preset bench
 	scripts/bench $(FILTER)
 
-asan: packages-sanitizers
+asan: dependencies-sanitizers
 	cmake --preset asan
 	cmake --build --preset asan
 	ctest --preset asan
 
-tsan: packages-sanitizers
+tsan: dependencies-sanitizers
 	cmake --preset tsan
 	cmake --build --preset tsan
 	ctest --preset tsan
@@ -45,7 +51,7 @@ tsan: packages-sanitizers
 fuzz:
 	scripts/fuzz "$(TARGET)" $(TIME)
 
-docs: packages packages-docs
+docs: dependencies dependencies-docs
 	cmake --preset release
 	cmake --build --preset release --target tavi
 	scripts/docs
@@ -55,22 +61,42 @@ docs: packages packages-docs
 format:
 	$(SOURCES) | xargs -0 --no-run-if-empty clang-format -i
 
+format-check:
+	$(SOURCES) | xargs -0 --no-run-if-empty clang-format --dry-run -Werror
+
+packages: dependencies
+	scripts/packages
+
+baseline: dependencies-tests
+	cmake --preset package
+	cmake --build --preset package
+	ctest --preset package
+
+coverage: dependencies
+	scripts/coverage
+
+abi: dependencies
+	scripts/abi
+
+check:
+	scripts/check $(PARTS)
+
 tidy: release
 	scripts/install-dependencies --tidy
 	scripts/tidy
 
-release: packages
+release: dependencies
 	cmake --preset release
 	cmake --build --preset release
 
-packages:
+dependencies:
 	@scripts/install-dependencies
 
-packages-tests: packages-docs
+dependencies-tests: dependencies-docs
 	@scripts/install-dependencies --tests
 
-packages-sanitizers:
+dependencies-sanitizers:
 	@scripts/install-dependencies --sanitizers
 
-packages-docs:
+dependencies-docs:
 	@scripts/install-dependencies --docs

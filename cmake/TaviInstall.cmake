@@ -50,7 +50,8 @@ install(
   FILES cmake/process-wide.symbols
   DESTINATION ${data_dir}
   COMPONENT Development)
+# A component of its own, as Debian's packages have another file in its place.
 install(
   FILES LICENSE
   DESTINATION ${CMAKE_INSTALL_DOCDIR}
-  COMPONENT Development)
+  COMPONENT License)

@@ -48,6 +48,11 @@ function(tavi_target_settings target)
       ${target} PRIVATE -fsanitize=${TAVI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1 -g1)
     target_link_options(${target} PRIVATE -fsanitize=${TAVI_SANITIZE})
   endif()
+  if(TAVI_COVERAGE)
+    # Unoptimised vector code takes ten times as long. Counters are shared by threads.
+    target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic -O1 -g1)
+    target_link_options(${target} PRIVATE --coverage)
+  endif()
   target_compile_definitions(${target} PRIVATE $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
 endfunction()
 

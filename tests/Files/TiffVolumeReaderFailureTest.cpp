@@ -44,8 +44,8 @@ protected:
 
 TEST_F(TiffVolumeReaderFailure, FileNamesAreCheckedByEachOperator) {
   const std::string empty = " input filename is empty", invalid = " input filename is invalid";
-  for (const auto& [name, words] :
-       std::vector<std::pair<std::string, std::string>>{{"", empty}, {"a=b.tif", invalid}}) {
+  for (const auto& refused : std::vector<std::pair<std::string, std::string>>{{"", empty}, {"a=b.tif", invalid}}) {
+    const std::string &name = refused.first, &words = refused.second;  // clang captures no structured binding here
     expectRefusal([&] { typedReader<uint16>()->apply(toRead(name)); }, inReader + words);
     expectRefusal([&] { Frame().apply(toRead(name)); }, inTypeReader + words);
     expectRefusal([&] { typeOf(name); }, inTypeReader + words);

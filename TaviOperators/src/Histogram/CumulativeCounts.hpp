@@ -58,7 +58,7 @@ public:
     _bins.reserve(_total);
     for (auto& some : voxels) {
       _bins.insert(_bins.end(), some.begin(), some.end());
-      some = {};
+      std::vector<uint32>().swap(some);  // an assignment of {} would keep the memory
     }
     std::sort(_bins.begin(), _bins.end());
     SizeType occupied = 0;

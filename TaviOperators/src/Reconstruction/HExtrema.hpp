@@ -193,7 +193,7 @@ public:
       for (const int64 seed : seeds) {
         queue.push(seed);
       }
-      seeds = {};
+      std::vector<int64>().swap(seeds);  // an assignment of {} would keep the memory
     }
     raiseDownhill(queue);
     if (!_self.isAborted()) {

@@ -132,7 +132,7 @@ private:
     const SizeType teamSize = static_cast<SizeType>(Impl::teamSize(threads, view.dimTert));
     for (SizeType tert = 0; tert < view.dimTert; ++tert) {
       if (teamSize > 1 && threadOfSlice[tert] != team.last(teamSize)) {
-        binsOfSlice[tert] = {};
+        std::vector<uint32>().swap(binsOfSlice[tert]);  // an assignment of {} would keep the memory
       }
     }
     return Impl::CumulativeCounts(range, std::move(binsOfSlice));

@@ -83,10 +83,10 @@ private:
       rows[row] = reinterpret_cast<png_bytep>(volume.getData() + row * extents.prim);
     }
     const png_structp png = handle.png();
-    const bool swaps = sizeof(T) > 1 && !keepsByteOrder && std::endian::native == std::endian::little;
+    const bool keepsBytes = keepsByteOrder || std::endian::native == std::endian::big;
     png_bytepp const first = rows.data();
-    handle.guarded([png, swaps, first] {
-      if (swaps) {
+    handle.guarded([png, keepsBytes, first] {
+      if (sizeof(T) > 1 && !keepsBytes) {
         png_set_swap(png);
       }
       png_read_image(png, first);

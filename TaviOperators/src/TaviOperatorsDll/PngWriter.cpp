@@ -96,7 +96,7 @@ private:
     const auto extents = input->getDimension();
     const png_structp png = handle.png();
     const png_infop info = handle.info();
-    const bool swaps = sizeof(T) > 1 && !keepsByteOrder && std::endian::native == std::endian::little;
+    const bool keepsBytes = keepsByteOrder || std::endian::native == std::endian::big;
     Impl::Unstoppable unstoppable;
     Impl::transferSlices(unstoppable, input, Impl::Direction::outOfVolume, [&](const void* slice, SizeType) {
       std::vector<png_bytep> rows(extents.sec);
@@ -104,8 +104,8 @@ private:
         rows[row] = const_cast<png_bytep>(static_cast<png_const_bytep>(slice)) + row * extents.prim * sizeof(T);
       }
       png_bytepp const first = rows.data();
-      handle.guarded([png, info, swaps, first] {
-        if (swaps) {
+      handle.guarded([png, info, keepsBytes, first] {
+        if (sizeof(T) > 1 && !keepsBytes) {
           png_set_swap(png);
         }
         png_write_image(png, first);

@@ -19,6 +19,36 @@ function(run)
   if(arg_EXPECT AND NOT output MATCHES "${arg_EXPECT}")
     message(FATAL_ERROR "${command}: did not print \"${arg_EXPECT}\"")
   endif()
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+# build_project(<source> <folder> <definition>...): configures and builds a project that uses the installation.
+function(build_project source folder)
+  file(REMOVE_RECURSE ${folder})
+  run(COMMAND
+      ${CMAKE_COMMAND}
+      -S ${source}
+      -B ${folder}
+      -G ${GENERATOR}
+      -D CMAKE_BUILD_TYPE=Debug
+      -D CMAKE_CXX_COMPILER=${COMPILER}
+      -D CMAKE_CXX_FLAGS=${sanitize}
+      -D CMAKE_PREFIX_PATH=${PREFIX}
+      ${ARGN})
+  run(COMMAND ${CMAKE_COMMAND} --build ${folder})
+endfunction()
+
+# build_consumer(<folder> <definition>...): the project of this test.
+function(build_consumer folder)
+  build_project(${CMAKE_CURRENT_LIST_DIR}/consumer ${folder} ${ARGN})
+endfunction()
+
+# General names such as Array.hpp must not reach a system's include folder.
+function(check_header_folder)
+  file(GLOB entries RELATIVE ${PREFIX}/${INCLUDEDIR} ${PREFIX}/${INCLUDEDIR}/*)
+  if(NOT entries STREQUAL "tavi-operators")
+    message(FATAL_ERROR "Headers are installed outside of ${INCLUDEDIR}/tavi-operators: ${entries}")
+  endif()
 endfunction()
 
 set(host ${CMAKE_CURRENT_LIST_DIR}/host.cpp)
@@ -30,50 +60,19 @@ endif()
 if(STEP STREQUAL "install")
   file(REMOVE_RECURSE ${PREFIX})
   run(COMMAND ${CMAKE_COMMAND} --install ${BUILD_DIR} --config ${CONFIG} --prefix ${PREFIX})
-  # General names such as Array.hpp must not reach a system's include folder.
-  file(GLOB entries RELATIVE ${PREFIX}/${INCLUDEDIR} ${PREFIX}/${INCLUDEDIR}/*)
-  if(NOT entries STREQUAL "tavi-operators")
-    message(FATAL_ERROR "Headers are installed outside of ${INCLUDEDIR}/tavi-operators: ${entries}")
-  endif()
+  check_header_folder()
 
 elseif(STEP STREQUAL "cmake")
   set(build ${WORK_DIR}/consumer)
-  file(REMOVE_RECURSE ${build})
-  run(COMMAND
-      ${CMAKE_COMMAND}
-      -S ${CMAKE_CURRENT_LIST_DIR}/consumer
-      -B ${build}
-      -G ${GENERATOR}
-      -D CMAKE_BUILD_TYPE=Debug
-      -D CMAKE_CXX_COMPILER=${COMPILER}
-      -D CMAKE_CXX_FLAGS=${sanitize}
-      -D CMAKE_PREFIX_PATH=${PREFIX})
-  run(COMMAND ${CMAKE_COMMAND} --build ${build})
+  build_consumer(${build})
   run(COMMAND ${build}/host IN ${build} EXPECT "host contract holds\n$")
   run(COMMAND ${build}/loading_host ${library} IN ${build} EXPECT "boundary holds\n$")
-  file(GLOB examples ${build}/example_*)
-  if(NOT examples)
-    message(FATAL_ERROR "No example was built")
-  endif()
-  foreach(example IN LISTS examples)
-    run(COMMAND ${example} IN ${build})
-  endforeach()
-
   # The project that the documentation shows, with the host that it shows.
   set(shown ${WORK_DIR}/shown_host)
   file(REMOVE_RECURSE ${shown})
   file(COPY ${ROOT_DIR}/docs/samples/host/CMakeLists.txt DESTINATION ${shown})
   configure_file(${ROOT_DIR}/examples/load_filter_save.cpp ${shown}/host.cpp COPYONLY)
-  run(COMMAND
-      ${CMAKE_COMMAND}
-      -S ${shown}
-      -B ${shown}/build
-      -G ${GENERATOR}
-      -D CMAKE_BUILD_TYPE=Debug
-      -D CMAKE_CXX_COMPILER=${COMPILER}
-      -D CMAKE_CXX_FLAGS=${sanitize}
-      -D CMAKE_PREFIX_PATH=${PREFIX})
-  run(COMMAND ${CMAKE_COMMAND} --build ${shown}/build)
+  build_project(${shown} ${shown}/build)
   run(COMMAND ${shown}/build/host IN ${shown} EXPECT "filtered to filtered.rek\n$")
 
 elseif(STEP STREQUAL "pkg-config")
@@ -96,5 +95,5 @@ $(pkg-config --cflags --libs TaviOperators | sed 's/-lTaviOperators//') -ldl"
   run(COMMAND ${build}/loading_host ${library} IN ${build} EXPECT "boundary holds\n$")
 
 else()
-  message(FATAL_ERROR "Unknown step: ${STEP}")
+  include(${CMAKE_CURRENT_LIST_DIR}/DebianSteps.cmake)
 endif()
