@@ -5,6 +5,7 @@
 #   make bench [FILTER=regex]      measures
 #   make asan, make tsan           all tests under the sanitizers
 #   make fuzz [TARGET=] [TIME=60]  fuzzes the readers of files, each TIME seconds
+#   make python                    builds the Python package and prints how to use it from the build tree
 #   make docs                      renews the generated parts of the documentation
 #   make format, make tidy         formatting, static analysis
 
@@ -16,7 +17,7 @@ export CMAKE_GENERATOR CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
 
 SOURCES = git ls-files -z -- '*.hpp' '*.cpp'
 
-.PHONY: demo test bench asan tsan fuzz docs format tidy release packages packages-sanitizers packages-tests
+.PHONY: demo test bench python asan tsan fuzz docs format tidy release packages packages-sanitizers packages-tests
 
 demo: packages
 	@echo "Building the library and the command-line tool, without the tests: a few minutes"
@@ -31,6 +32,10 @@ bench: packages
 	cmake --preset bench
 	cmake --build --preset bench
 	scripts/bench $(FILTER)
+
+python: packages
+	cmake --preset release
+	cmake --build --preset release --target python
 
 asan: packages-sanitizers
 	cmake --preset asan
