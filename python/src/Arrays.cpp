@@ -1,5 +1,6 @@
 #include <Arrays.hpp>
 #include <Catalogue.hpp>
+#include <Lock.hpp>
 #include <Voxels.hpp>
 
 #include <algorithm>
@@ -64,15 +65,6 @@ std::optional<Layout> layoutOf(const py::array& array) {
   return isAligned ? findLayout(extents, steps, bytes) : std::nullopt;
 }
 
-/// Volumes may end on any thread, also after the interpreter.
-void releaseObject(PyObject* object) {
-  if (Py_IsInitialized() == 0) {
-    return;
-  }
-  const py::gil_scoped_acquire lock;
-  Py_DECREF(object);
-}
-
 template <class T>
 SmartPointer<IVolume> makeVolume(const py::array& array, const Layout& layout) {
   PyObject* const owner = py::object(array).release().ptr();
@@ -83,7 +75,7 @@ SmartPointer<IVolume> makeVolume(const py::array& array, const Layout& layout) {
   const auto& region = layout.region;
   const auto& codes = layout.orientation;
   const Tavi::VolumePtr<T> volume(new Tavi::Volume<T>(Dimension<SizeType>(block[0], block[1], block[2]), lowest,
-                                                      [owner](T*) { releaseObject(owner); }));
+                                                      [owner](T*) { releaseReference(owner); }));
   if (block != region) {
     volume->setRoi(RegionOfInterest(Dimension<SizeType>(region[0], region[1], region[2])));
   }

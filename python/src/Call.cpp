@@ -1,4 +1,5 @@
 #include <Call.hpp>
+#include <Lock.hpp>
 #include <PythonValues.hpp>
 #include <Raise.hpp>
 #include <Run.hpp>
@@ -21,7 +22,7 @@ constexpr SizeType fewVoxels = 32768;  // volumes up to this size are worked on 
 /// A copy of the view, dense.
 SmartPointer<IVolume> copyOf(const SmartPointer<IVolume>& volume) {
   const auto copy = TaviTool::makeVolume(TaviTool::shortName(volume->getVoxelType()), volume->getDimension());
-  const py::gil_scoped_release unlocked;
+  const Unlocked unlocked;
   TaviTool::withVoxels(volume, [&](const auto& from) {
     using T = std::remove_pointer_t<decltype(from.data)>;
     T* target = Tavi::viewOf(*Tavi::VolumePtr<T>(copy)).data;
@@ -86,7 +87,7 @@ void Call::setVolumes() {
     const py::handle value = _values[i].ptr();
     if (argument.key.key.empty()) {
       if (argument.name == "progress") {
-        _progress = py::reinterpret_borrow<py::object>(value);
+        _progress = value.ptr() == Py_False ? py::none() : py::reinterpret_borrow<py::object>(value);
       } else if (!value.is_none()) {
         _askedType = py::str(py::dtype::from_args(py::reinterpret_borrow<py::object>(value)).attr("name"));
       }

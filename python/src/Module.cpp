@@ -2,6 +2,7 @@
 #include <Catalogue.hpp>
 #include <Description.hpp>
 #include <FileNames.hpp>
+#include <Lock.hpp>
 #include <Mask.hpp>
 #include <Operator.hpp>
 #include <PythonValues.hpp>
@@ -26,7 +27,7 @@ py::object drawMask(const std::string& shape, const std::string& extents) {
   const auto spec = TaviTool::parseMask("extents", shape, extents);
   SmartPointer<IVolume> mask;
   {
-    const py::gil_scoped_release unlocked;
+    const Unlocked unlocked;
     mask = TaviTool::makeMask(session, spec);
   }
   return arrayOf(mask);
@@ -102,4 +103,5 @@ PYBIND11_MODULE(_core, module) {
   module.def("shares_memory", &shares);
   defineFiles(module);
   registerFailures();
+  py::module_::import("atexit").attr("register")(py::cpp_function(&endLocking));
 }

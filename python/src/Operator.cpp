@@ -1,4 +1,5 @@
 #include <Call.hpp>
+#include <Lock.hpp>
 #include <Operator.hpp>
 #include <PythonValues.hpp>
 #include <Tavi/ClassFactory.hpp>
@@ -78,7 +79,7 @@ double Operator::hostSeconds(int repetitions, const py::args& values) const {
       given.emplace_back(key, filled->getValue(key));
     }
   }
-  const py::gil_scoped_release unlocked;
+  const Unlocked unlocked;
   const auto start = std::chrono::steady_clock::now();
   for (int i = 0; i < repetitions; ++i) {
     const auto parameter = Tavi::Factory::getClassFactory().createInstance(_parameterType);

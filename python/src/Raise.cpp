@@ -66,7 +66,10 @@ void setError(const Facts& facts, const std::string& text, const std::string& hi
 
 void raise(const FailedRun& run, const std::string& op, const SmartPointer<IComposite>& parameter,
            const std::string& file) {
-  const Facts facts = factsOf(run.failure);
+  Facts facts = factsOf(run.failure);
+  if (facts.kind == "Runtime" && !file.empty()) {
+    facts.kind = "File";
+  }
   try {
     errno = run.systemError;
     TaviTool::rethrowAsFailure(run.failure, {op, parameter, file, file, op.ends_with("Writer")});

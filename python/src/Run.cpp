@@ -1,3 +1,4 @@
+#include <Lock.hpp>
 #include <Raise.hpp>
 #include <Run.hpp>
 #include <Workers.hpp>
@@ -83,20 +84,16 @@ std::optional<FailedRun> run(IOperator& frame, const SmartPointer<IComposite>& p
   std::optional<FailedRun> failed;
   const bool isDirect = progress.is_none() && (isShort || !handlesSignals());
   if (isDirect && !isForked()) {
-    const py::gil_scoped_release unlocked;
+    const Unlocked unlocked;
     failed = apply(frame, parameter);
     return failed;
   }
   Listener listener(frame, progress);
   {
-    const py::gil_scoped_release unlocked;
+    Unlocked unlocked;
     Running running([&] { failed = apply(frame, parameter); });
     while (!running.waitFor(tick)) {
-      bool goesOn = true;
-      {
-        const py::gil_scoped_acquire locked;
-        goesOn = listener.listen();
-      }
+      const bool goesOn = unlocked.locked([&] { return listener.listen(); });
       while (!goesOn && !running.waitFor(abortTick)) {
         frame.abort();
       }

@@ -211,7 +211,7 @@ class Function:
         if self.lazy:
             text += f"    if type({self.lazy[0]}) is not _ndarray and _is_lazy({', '.join(self.lazy)}):\n"
             text += f"        return _lazy({self.name!r}, locals())\n"
-        text += f"    return _{self.name}({', '.join(names)}, progress and _progress(progress, {self.name!r}))\n"
+        text += f"    return _{self.name}({', '.join(names)}, progress is not None and _progress(progress, {self.name!r}))\n"
         return text + f"\n\n_{self.name}.bind({self.name}.__kwdefaults__)\n"
 
     def stub(self):

@@ -41,17 +41,17 @@ def _function(name):
     return getattr(_operators, name)
 
 
-def _run(*arrays, name, volumes, arguments):
+def _run(*arrays, operator, arguments):
     """One block; on a thread of Dask, or in a process of its own."""
-    result = _function(name)(*arrays, **arguments)
+    result = _function(operator)(*arrays, **arguments)
     return result if isinstance(result, numpy.ndarray) else next(r for r in result if isinstance(r, numpy.ndarray))
 
 
-def _run_under_masks(*arrays, name, volumes, arguments, extents):
+def _run_under_masks(*arrays, operator, arguments, extents):
     # Where the mask does not fit into the block with its halo, it does not fit into the volume at any voxel of it.
     if any(have < need for have, need in zip(arrays[0].shape, extents)):
         return numpy.array(arrays[0])
-    return _run(*arrays, name=name, volumes=volumes, arguments=arguments)
+    return _run(*arrays, operator=operator, arguments=arguments)
 
 
 def _sample(name, arrays, arguments):
@@ -107,17 +107,10 @@ def _in_blocks(name, function, arrays, depth, dtype, options):
     arrays = [first] + [array.rechunk(first.chunks) for array in arrays[1:]]
     meta = numpy.empty((0, 0, 0), dtype)
     if not any(below) and not any(above):
-        return dask.array.map_blocks(function, *arrays, dtype=dtype, meta=meta, name=name + "-" + _token(arrays, options),
-                                     **options)
+        return dask.array.map_blocks(function, *arrays, dtype=dtype, meta=meta, **options)
     overlap = {axis: (below[axis], above[axis]) for axis in range(3)}
     return dask.array.map_overlap(function, *arrays, depth=[overlap] * len(arrays), boundary="none", trim=True,
                                   align_arrays=False, allow_rechunk=False, dtype=dtype, meta=meta, **options)
-
-
-def _token(arrays, options):
-    import dask.base
-
-    return dask.base.tokenize(*[array.name for array in arrays], options)
 
 
 def apply(name, arguments):
@@ -150,7 +143,7 @@ def apply(name, arguments):
     if halo == "whole":
         raise NotSupportedError(f"{name}() needs the whole volume, so it cannot run block by block; load the array "
                                 "first, with .compute()")
-    named = dict(name=name, volumes=volumes, arguments=arguments)
+    named = dict(operator=name, arguments=arguments)
     if isinstance(halo, list):
         extents, below, above = _extents_under(halo, arguments)
         if any(need > have for need, have in zip(extents, arrays[0].shape)):

@@ -24,9 +24,11 @@ class _Bar:
 
 
 def progress_of(progress, name):
-    """The function that is called with the share of work done."""
+    """The function that is called with the share of work done, or None."""
     if progress is True:
         return _Bar(name)
+    if progress is False:
+        return None
     if not callable(progress):
         raise TypeError(f"{name}(): progress={progress!r}: expected True, or a function of the share of work done")
     return progress

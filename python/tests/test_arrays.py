@@ -229,8 +229,7 @@ def test_arrays_over_files_are_taken(tmp_path):
 
 
 def test_steps_that_no_block_can_have_are_copied():
-    windows = numpy.lib.stride_tricks.sliding_window_view(numpy.arange(20, dtype="uint16"), (5, 4))[:3, :, :] \
-        if False else numpy.lib.stride_tricks.as_strided(numpy.arange(40, dtype="uint16"), (3, 4, 5), (2, 4, 2))
+    windows = numpy.lib.stride_tricks.as_strided(numpy.arange(40, dtype="uint16"), (3, 4, 5), (2, 4, 2))
     assert not tavi.shares_memory(windows)
     assert numpy.array_equal(tavi.static_cast(windows), windows)
 

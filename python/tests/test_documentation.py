@@ -31,8 +31,8 @@ def test_the_example_of_each_operator(name):
 @pytest.mark.parametrize("thing", [tavi, _names, tavi.box, tavi.ball, tavi.cross, tavi.read, tavi.write, tavi.info],
                          ids=lambda thing: thing.__name__)
 def test_other_examples(thing):
-    assert sum(run(test) for test in doctest.DocTestFinder().find(thing, globs={})
-               if test.name.count(".") <= 1) >= 1
+    assert sum(run(test) for test in doctest.DocTestFinder().find(thing)
+               if thing is not tavi or test.name == "tavi") >= 1
 
 
 def test_examples_of_the_page():

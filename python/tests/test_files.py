@@ -92,7 +92,7 @@ def test_folders_that_are_not_there():
 
 
 def test_damaged_files():
-    for kind in [*KINDS, *IMAGES]:
+    for kind in {*KINDS, *IMAGES} - {"xsc"}:  # any bytes are an .xsc
         pathlib.Path(f"a.{kind}").write_bytes(b"no such thing " * 3)
         with pytest.raises(tavi.Error) as caught:
             tavi.read(f"a.{kind}")
