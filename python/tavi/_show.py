@@ -25,9 +25,9 @@ def show(volume, labels=None):
         axes_of_slice.imshow(volume.take(index, axis), cmap="gray", vmin=low, vmax=high, interpolation="nearest")
         if labels is not None:
             slice_of_labels = labels.take(index, axis)
-            # Neighbouring labels take colours that are far apart.
-            colours = numpy.ma.masked_equal((slice_of_labels.astype("uint64") * 7) % 20 + (slice_of_labels != 0), 0)
-            axes_of_slice.imshow(colours, cmap="tab20", vmin=1, vmax=20, alpha=0.6, interpolation="nearest")
+            # Successive labels take hues that are far apart: multiples of the golden ratio.
+            hues = numpy.ma.masked_where(slice_of_labels == 0, (slice_of_labels * 0.6180339887) % 1.0)
+            axes_of_slice.imshow(hues, cmap="hsv", vmin=0, vmax=1, alpha=0.5, interpolation="nearest")
         axes_of_slice.set_title(f"{across} = {index}")
         axes_of_slice.set_xlabel(names[0])
         axes_of_slice.set_ylabel(names[1])
