@@ -100,7 +100,8 @@ PYBIND11_MODULE(_core, module) {
     return NORV::TaviTool::instancesText(NORV::TaviTool::reachableInstances(op), NORV::TaviTool::hasOutputVolume(op));
   });
   module.def("mask", &drawMask);
-  module.def("shares_memory", &shares);
+  module.def("shares_memory", &shares, py::arg("array"),
+             "Whether operators take the array without a copy: its steps are those of a view of a dense block.");
   defineFiles(module);
   registerFailures();
   py::module_::import("atexit").attr("register")(py::cpp_function(&endLocking));

@@ -1,3 +1,4 @@
+#include <Commands.hpp>
 #include <Lock.hpp>
 #include <Raise.hpp>
 #include <Run.hpp>
@@ -18,7 +19,12 @@ constexpr milliseconds tick{50};          // after which signals are handled
 constexpr milliseconds abortTick{5};      // a frame hears `abort` only while its typed operator exists
 constexpr milliseconds reportEvery{125};  // with the last report at most ten a second
 
+/// As many threads as the runtime offers when the package is loaded.
+const int offeredThreads = TaviTool::numberOfThreads();
+
 std::optional<FailedRun> apply(IOperator& frame, const SmartPointer<IComposite>& parameter) {
+  // The count of the last run on this thread would stay the one for runs that ask for none.
+  TaviTool::setNumberOfThreads(offeredThreads);
   errno = 0;
   try {
     frame.apply(parameter);

@@ -209,7 +209,9 @@ class Function:
         text += textwrap.indent(f'"""{_escaped(self.documentation(example))}\n"""', "    ", lambda line: True) + "\n"
         text = re.sub(r" +\n", "\n", text)
         if self.lazy:
-            text += f"    if type({self.lazy[0]}) is not _ndarray and _is_lazy({', '.join(self.lazy)}):\n"
+            unusual = " or ".join(f"type({name}) is not _ndarray" for name in self.lazy)
+            unusual = f"({unusual})" if len(self.lazy) > 1 else unusual
+            text += f"    if {unusual} and _is_lazy({', '.join(self.lazy)}):\n"
             text += f"        return _lazy({self.name!r}, locals())\n"
         text += f"    return _{self.name}({', '.join(names)}, progress is not None and _progress(progress, {self.name!r}))\n"
         return text + f"\n\n_{self.name}.bind({self.name}.__kwdefaults__)\n"

@@ -143,6 +143,24 @@ def test_threads_of_python_run_operators_side_by_side():
     assert not wrong
 
 
+def test_a_count_of_threads_holds_for_one_call():
+    code = """
+import numpy, tavi
+volume = numpy.ones((64, 64, 64), "uint16")
+def most_threads():
+    with open("/proc/self/status") as status:
+        return int(next(line for line in status if line.startswith("Threads:")).split()[1])
+tavi.erosion(volume, tavi.ball(3), threads=1)
+before = most_threads()
+tavi.erosion(volume, tavi.ball(3))
+assert most_threads() >= before + 4, (before, most_threads())
+"""
+    environment = {**os.environ, "OMP_NUM_THREADS": "5"}
+    run = subprocess.run([sys.executable, "-c", code], env=environment, timeout=60, capture_output=True, text=True,
+                         check=False)
+    assert run.returncode == 0, run.stderr
+
+
 def test_failures_on_many_threads():
     failures = []
 
