@@ -359,11 +359,14 @@ py::object Call::result(const KeyDescription& key) const {
     const bool isFilled = volume != nullptr && volume.get() == target.over.volume.get() &&
                           firstVoxel(volume) == target.first &&
                           voxelsOf(volume) == static_cast<SizeType>(target.given.size());
-    if (!isFilled) {
+    const py::object made = isFilled || volume == nullptr ? py::none() : arrayOf(volume);
+    if (!isFilled && (made.is_none() || !made.attr("shape").equal(target.given.attr("shape")))) {
       throw py::value_error(_op._function + "(): out has the shape " + shown(target.given.attr("shape")) +
-                            ", the result " +
-                            (volume == nullptr ? "is absent" : "has " + shown(arrayOf(volume).attr("shape"))) +
+                            ", the result " + (made.is_none() ? "is absent" : "has " + shown(made.attr("shape"))) +
                             "; give an array of that shape");
+    }
+    if (!made.is_none()) {  // some operators make a volume of their own in any case
+      py::module_::import("numpy").attr("copyto")(target.given, made, py::arg("casting") = "no");
     }
     if (target.over.copied) {
       target.given[py::ellipsis()] = target.over.array;

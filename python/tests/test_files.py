@@ -30,6 +30,21 @@ def test_views_are_written_as_they_are_seen():
     assert numpy.array_equal(tavi.read("view.rek"), volume)
 
 
+@pytest.mark.parametrize("kind, dtype", [*KINDS.items(), *IMAGES.items()])
+def test_files_are_read_into_arrays_that_are_given(kind, dtype):
+    volume = random_volume(dtype, (1 if kind in IMAGES else 5, 6, 7))
+    tavi.write(f"a.{kind}", volume)
+    reader = getattr(tavi, tavi.info(f"a.{kind}")["reader"])
+    target = numpy.zeros_like(volume)
+    result = reader(f"a.{kind}", out=target)
+    assert (result.volume if isinstance(result, tuple) else result) is target
+    assert numpy.array_equal(target, volume)
+    with pytest.raises(ValueError, match="out has the shape"):
+        reader(f"a.{kind}", out=numpy.zeros((1, 2, 3), dtype))
+    with pytest.raises((TypeError, tavi.Error)):
+        reader(f"a.{kind}", out=numpy.zeros_like(volume, "int8"))
+
+
 def test_headers_go_from_file_to_file():
     tavi.write("a.rek", random_volume("uint16"))
     result = tavi.rek_reader("a.rek")
