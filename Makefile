@@ -5,6 +5,7 @@
 #   make bench [FILTER=regex]      measures
 #   make asan, make tsan           all tests under the sanitizers
 #   make fuzz [TARGET=] [TIME=60]  fuzzes the readers of files, each TIME seconds
+#   make python                    builds the Python package and prints how to use it from the build tree
 #   make docs                      renews the generated parts of the documentation, builds its site in build/docs
 #   make format, make tidy         formatting, static analysis
 #   make packages                  Debian packages, installed and used in a fresh root: build/package/packages
@@ -21,7 +22,7 @@ export CMAKE_GENERATOR CMAKE_BUILD_PARALLEL_LEVEL CTEST_PARALLEL_LEVEL
 
 SOURCES = git ls-files -z -- '*.hpp' '*.cpp'
 
-.PHONY: demo test bench asan tsan fuzz docs format format-check tidy packages baseline coverage abi check release \
+.PHONY: demo test bench python asan tsan fuzz docs format format-check tidy packages baseline coverage abi check release \
 	dependencies dependencies-docs dependencies-sanitizers dependencies-tests
 
 demo: dependencies
@@ -37,6 +38,10 @@ bench: dependencies
 	cmake --preset bench
 	cmake --build --preset bench
 	scripts/bench $(FILTER)
+
+python: dependencies
+	cmake --preset release
+	cmake --build --preset release --target python
 
 asan: dependencies-sanitizers
 	cmake --preset asan

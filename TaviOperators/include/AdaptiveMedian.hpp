@@ -13,6 +13,7 @@
 /// - Failures: InvalidParameterObjectException for missing volumes or kernels, indices of other extents, a kernel of
 ///   another voxel type, of even extents, larger than the volume along all axes or without a voxel; IndexOutOfRange for
 ///   an index past the kernels. All before the output is resized.
+/// - Halo: the extents of inputKernelVolume.
 /// - Memory: 8 bytes for each voxel of each kernel; a table of up to 4 n log(n)^2 bytes for each number n <= 512 of
 ///   kernel voxels that occurs; per thread up to 128 bytes for each voxel of the largest kernel. A copy of an input
 ///   that shares voxels with the output.

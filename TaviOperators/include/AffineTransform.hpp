@@ -19,6 +19,7 @@
 /// - Failures: InvalidParameterObjectException without one of the three volumes, with an output of another voxel type,
 ///   with a matrix volume that is not 4 x 4 x 1; NULLPointer without inputOuterValue, BadCast for one of another voxel
 ///   type; InvalidArg for a singular matrix.
+/// - Halo: whole volume.
 /// - Memory: none; a copy of the input if it shares voxels with the output.
 /// - Threads: parallel over slices; the result does not depend on the number of threads. One step of progress per
 /// slice.

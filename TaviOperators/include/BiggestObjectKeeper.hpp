@@ -12,6 +12,7 @@
 /// - Failures: InvalidParameterObjectException for a missing volume, extents that differ, or an outputVolume of another
 ///   voxel type; NULLPointer for a missing value, BadCast for one of another type; std::bad_alloc before the output
 ///   changes.
+/// - Halo: whole volume.
 /// - Memory: 8 bytes for each label up to the largest; where that is more than 128 MiB and more labels than voxels,
 ///   some 64 bytes for each label that occurs. A copy of an input that overlaps the output in another way than voxel by
 ///   voxel.

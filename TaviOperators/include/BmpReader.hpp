@@ -12,6 +12,7 @@
 ///   uint8; FileOpen for a file that cannot be opened; InvalidData for headers of other images, and for extents or a
 ///   palette that the file does not hold; FileRead for rows that cannot be read. A volume of the host is untouched
 ///   until the headers have been accepted.
+/// - Halo: whole volume.
 /// - Memory: the palette and one row.
 /// - Threads: serial. One step of progress.
 /// - Cost: one pass over the file.

@@ -12,6 +12,7 @@
 ///   and for a palette of more than 256 colours; `std::overflow_error` for extents and files beyond 32 bits; FileCreate
 ///   for a file that cannot be created; FileWrite for a file that cannot be written to its end. Before FileWrite, a
 ///   file that exists keeps its content.
+/// - Halo: whole volume.
 /// - Memory: one row.
 /// - Threads: serial. One step of progress.
 /// - Cost: one pass over the voxels.

@@ -16,6 +16,7 @@
 /// - Failures: InvalidParameterObjectException without inputVolume; InvalidArg if the minimum exceeds the maximum
 ///   distance, or if they are not finite and an output has to be made; NULLPointer without inputOuterValue, BadCast
 ///   for one of another voxel type.
+/// - Halo: whole volume.
 /// - Memory: a few numbers for each radius, azimuth and polar angle; a copy of the input if it overlaps the output.
 /// - Threads: parallel over slices; the result does not depend on the number of threads. A step of progress per
 ///   slice of the output.

@@ -12,6 +12,7 @@
 /// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
 ///   NULLPointer for a missing background value, BadCast for one of another type; NumericalOverflow where labels before
 ///   merging exceed the voxel type of the output, which then holds such labels.
+/// - Halo: whole volume.
 /// - Memory: a table of inputExpectedNumberOfLabels labels, which grows in such steps and stays with the operator; bits
 ///   for a few rows. A copy of an input that overlaps the output in another way than voxel by voxel.
 /// - Threads: serial. Two steps of progress per slice: the labels, their final numbers.

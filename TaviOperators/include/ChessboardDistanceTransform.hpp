@@ -13,6 +13,7 @@
 /// - NaN: differs from every value.
 /// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
 ///   NULLPointer for a missing value, BadCast for one of another type.
+/// - Halo: whole volume.
 /// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
 ///   voxel.
 /// - Threads: serial, as each row needs the one before it. Three steps of progress per slice.

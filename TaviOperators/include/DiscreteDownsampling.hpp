@@ -11,6 +11,7 @@
 /// - Failures: InvalidParameterObjectException without inputVolume or with a factor of 0; `std::out_of_range` if a
 ///   factor exceeds the extent of its axis while another does not; `std::invalid_argument` for volumes of different
 ///   voxel types.
+/// - Halo: whole volume.
 /// - Memory: none beyond the output; a copy of the output where a given one shares memory with the input.
 /// - Threads: parallel over output slices, one step of progress each; the result does not depend on the number of
 ///   threads.

@@ -12,6 +12,7 @@
 /// - Failures: InvalidParameterObjectException for a missing volume or mask, a mask without a voxel, or an outputVolume
 ///   of another voxel type; std::overflow_error for a thread count beyond 2147483647; InvalidArg for an anchor outside
 ///   the mask or a mask that is longer than the volume.
+/// - Halo: the extents of inputMask.
 /// - Memory: 9 bytes per voxel of the element; under larger elements up to twice as many slices per thread as the
 ///   element has. A copy of an input or a mask that shares voxels with the output.
 /// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.

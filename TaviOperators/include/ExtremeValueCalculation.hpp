@@ -11,6 +11,7 @@
 ///   first voxel of the volume makes both results NaN.
 /// - Failures: InvalidParameterObjectException for a missing volume; std::overflow_error for a thread count beyond
 ///   2147483647.
+/// - Halo: whole volume.
 /// - Memory: two values per slice.
 /// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.
 /// - Cost: one read at the speed of memory.

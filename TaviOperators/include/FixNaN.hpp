@@ -11,6 +11,7 @@
 /// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
 ///   NULLPointer for a missing value, BadCast for one of another type; std::overflow_error for a thread count beyond
 ///   2147483647.
+/// - Halo: none.
 /// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
 ///   voxel.
 /// - Threads: parallel over slices; the result does not depend on the number of threads. No steps of progress.

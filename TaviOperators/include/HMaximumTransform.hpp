@@ -12,6 +12,7 @@
 /// - NaN: there are no floating point voxels.
 /// - Failures: InvalidParameterObjectException without inputVolume or with an outputVolume of another class;
 ///   NULLPointer without inputHeight, BadCast for a height of another voxel type.
+/// - Halo: whole volume.
 /// - Memory: one volume with a shell of one voxel, and 8 bytes for each voxel that waits to be propagated: few in
 /// scans,
 ///   up to one per voxel in noise. The output may be the input or share voxels with it.

@@ -14,6 +14,7 @@
 /// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
 ///   NULLPointer or BadCast for a threshold that is missing or of another type; std::length_error for thresholds in the
 ///   wrong order.
+/// - Halo: whole volume.
 /// - Memory: per thread 4 KiB for 8 bits, 512 KiB for 16 bits, and at most 768 KiB of tables; for 32 bits 4 bytes per
 ///   value of the range and thread or, where the range has more values than the volume has voxels, 8 bytes per voxel.
 /// - Threads: parallel over slices as threads become free, one thread unless more are asked for. With several threads

@@ -10,6 +10,7 @@
 /// - Border: every voxel is written.
 /// - NaN: there is none in integer voxels.
 /// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type.
+/// - Halo: whole volume.
 /// - Memory: 21 bytes per value of the voxel type and, while voxels are counted, 4 KiB (uint8) or 512 KiB (uint16) per
 ///   thread and once more.
 /// - Threads: parallel on all threads that the runtime offers; the result does not depend on their number. The progress

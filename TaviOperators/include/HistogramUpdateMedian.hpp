@@ -11,6 +11,7 @@
 /// - NaN: there is none in integer voxels.
 /// - Failures: InvalidParameterObjectException for a missing volume or mask, a mask without a voxel, or an outputVolume
 ///   of another voxel type; std::overflow_error for a thread count beyond 2147483647.
+/// - Halo: the extents of inputMask.
 /// - Memory: 16 bytes per voxel and 16 bytes per run of the element; counts of 2 KiB (8 bits) or 514 KiB (16 bits), or
 ///   64 bytes per voxel of a small element, per thread. A copy of an input or a mask that shares voxels with the
 ///   output.

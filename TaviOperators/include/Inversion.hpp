@@ -10,6 +10,7 @@
 /// - NaN: there is none in integer voxels.
 /// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
 ///   std::overflow_error for a thread count beyond 2147483647.
+/// - Halo: none.
 /// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
 ///   voxel.
 /// - Threads: parallel over slices; the result does not depend on the number of threads. No steps of progress.

@@ -14,6 +14,7 @@
 /// - NaN: there is none in integer voxels.
 /// - Failures: InvalidParameterObjectException for a missing volume, no class or more than 16777216 classes, or an
 ///   outputLabelVolume of another voxel type; std::overflow_error for a thread count beyond 2147483647.
+/// - Halo: whole volume.
 /// - Memory: 24 bytes per class, at most 1.5 MiB of tables, and per thread 4 KiB (uint8) or 512 KiB (uint16) while
 ///   voxels are counted.
 /// - Threads: parallel over slices; the result does not depend on the number of threads. Three steps of progress per

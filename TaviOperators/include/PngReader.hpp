@@ -15,6 +15,7 @@
 ///   InvalidData for a file that is no PNG file or that libpng cannot decode, for an image that is not grey with 8 or
 ///   16 bits, and for one that a file of this size cannot hold. What libpng said is additional information of the
 ///   failure.
+/// - Halo: whole volume.
 /// - Memory: none beyond the output but 8 bytes per row and the buffers of libpng.
 /// - Threads: serial. No steps of progress; an abort changes nothing.
 /// - Cost: as libpng decodes.

@@ -13,6 +13,7 @@
 ///   no file name; std::overflow_error for extents beyond 32 bits; FileCreate for a file that cannot be created;
 ///   InvalidData for what libpng refuses, such as filters or keywords that PNG does not have, and for a file that
 ///   cannot be written; FileWrite where only the last bytes fail. What was written stays.
+/// - Halo: whole volume.
 /// - Memory: 8 bytes per row and the buffers of libpng; one slice if the rows of the view are not dense.
 /// - Threads: serial. No steps of progress; an abort changes nothing.
 /// - Cost: as libpng encodes.

@@ -11,6 +11,7 @@
 /// - NaN: stays NaN; as the first voxel of the volume it makes all voxels NaN.
 /// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
 ///   std::overflow_error for a thread count beyond 2147483647.
+/// - Halo: whole volume.
 /// - Memory: two values per slice. None beyond the output, but a copy of an input that overlaps the output in another
 ///   way than voxel by voxel.
 /// - Threads: parallel over slices; the result does not depend on the number of threads. The search for the extremes is

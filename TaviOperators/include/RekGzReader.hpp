@@ -15,6 +15,7 @@
 /// - Failures: those of RekGzTypeReader; std::invalid_argument for a file of 64-bit integers; std::runtime_error for
 ///   voxels that cannot be read, also where a file is too small to hold those of its header;
 ///   InvalidParameterObjectException for an outputVolume of another voxel type.
+/// - Halo: whole volume.
 /// - Memory: beyond the output the buffers of the decoder, below 64 KiB, and one slice if the slices of the output are
 ///   not dense.
 /// - Threads: serial. One step of progress per slice.

@@ -14,6 +14,7 @@
 /// - Failures: InvalidParameterObjectException without inputVolume; std::invalid_argument for a name that is no file
 ///   name; std::runtime_error for a file that cannot be opened or written; std::overflow_error for extents beyond 32
 ///   bits. What was written stays, also after an abort: whole slices.
+/// - Halo: whole volume.
 /// - Memory: the buffers of the encoder, below 512 KiB, and one slice if the slices of the view are not dense.
 /// - Threads: serial. One step of progress per slice.
 /// - Cost: that of encoding.

@@ -15,6 +15,7 @@
 /// - Failures: those of RekTypeReader; std::invalid_argument for a file of 64-bit integers; std::runtime_error for
 ///   voxels that cannot be read; InvalidParameterObjectException for an outputVolume of another voxel type. A given
 ///   volume stays as it is until the header is accepted.
+/// - Halo: whole volume.
 /// - Memory: none beyond the output if its slices are dense, otherwise one slice.
 /// - Threads: serial. One step of progress per slice.
 /// - Cost: one read per slice, at the speed of the file system.

@@ -10,6 +10,7 @@
 /// - NaN: stays NaN.
 /// - Failures: InvalidParameterObjectException without inputVolume or with volumes of different voxel types;
 ///   NULLPointer without a limit, BadCast for a limit of another voxel type.
+/// - Halo: none.
 /// - Memory: none beyond the output.
 /// - Threads: parallel over slices; the result does not depend on the number of threads. No steps of progress.
 /// - Cost: one pass at the speed of memory.

@@ -10,6 +10,7 @@
 /// - NaN: there is none in the results.
 /// - Failures: InvalidParameterObjectException for an output of another voxel type than the first that is given;
 ///   std::invalid_argument if none is given.
+/// - Halo: whole volume.
 /// - Memory: none beyond the outputs.
 /// - Threads: serial. No steps of progress.
 /// - Cost: constant.

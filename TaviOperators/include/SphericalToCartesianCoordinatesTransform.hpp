@@ -13,6 +13,7 @@
 /// - NaN: a voxel that is not a number makes each result so that it takes part in.
 /// - Failures: InvalidParameterObjectException without inputVolume or outputVolume; InvalidArg if the minimum
 ///   exceeds the maximum distance; NULLPointer without inputOuterValue, BadCast for one of another voxel type.
+/// - Halo: whole volume.
 /// - Memory: 8 bytes for each voxel of one slice if the output has several; a copy of the input if it overlaps the
 ///   output.
 /// - Threads: parallel over slices; the result does not depend on the number of threads. A step of progress per

@@ -12,6 +12,7 @@
 /// - NaN: makes the sums of its object NaN.
 /// - Failures: InvalidParameterObjectException for a missing volume or extents that differ; NULLPointer for a missing
 ///   label; std::overflow_error for a label beyond the voxel type; std::bad_alloc before the result changes.
+/// - Halo: whole volume.
 /// - Memory: per thread a record of 144 bytes at most for each label of the range; where the range holds more than
 ///   65536 labels and more than one for every 8 voxels, for each label that occurs. And the result.
 /// - Threads: parallel over slices as threads become free, one step of progress each. With more than one thread the

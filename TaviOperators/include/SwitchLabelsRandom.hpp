@@ -12,6 +12,7 @@
 /// - Failures: InvalidParameterObjectException for a missing volume or number of labels, or an outputVolume of another
 ///   voxel type; std::overflow_error for a number of labels beyond 2^32, NumericalOverflow for one beyond the voxel
 ///   type; IndexOutOfRange for a label at or beyond the number. All before the output is resized.
+/// - Halo: whole volume.
 /// - Memory: one label per number of labels.
 /// - Threads: serial. One step of progress per slice.
 /// - Cost: two passes at the speed of memory.

@@ -15,6 +15,7 @@
 /// - Failures: InvalidParameterObjectException without inputVolume or with an outputVolume of another class;
 ///   NULLPointer without inputBinaryFalse or inputBinaryTrue, BadCast for such of another voxel type; InvalidData
 ///   "Volume is not binary!" for a voxel of a third value, before outputVolume is resized or written.
+/// - Halo: whole volume.
 /// - Memory: nine bits per voxel, and a shell of words. The output may be the input or share voxels with it.
 /// - Threads: the search for candidates is parallel over slices, the deletion is not; the result does not depend on the
 ///   number of threads. Progress is the share of candidates that have gone since the pass with the most.

@@ -14,6 +14,7 @@
 ///   no TIFF file; InvalidData for a missing tag, for images that are no slices of one volume, whose chain has no end,
 ///   or that a file of this size cannot hold; FileRead for an image that cannot be decoded. What libtiff said is
 ///   additional information of the failure. Until the first image is decoded, a volume of the host is untouched.
+/// - Halo: whole volume.
 /// - Memory: none beyond the output if its slices are dense, otherwise one slice; the output's size is at most what the
 ///   compression allows a file of this size to hold.
 /// - Threads: serial. One step of progress per slice. After an abort the volume is filled in part.
@@ -33,7 +34,7 @@ public:
     append("inputFilename", inputFilename, {Takes::fileName, required, "file to read"});
     append("outputVolume", outputVolume, {Takes::volume, optional, "target of the file's voxel type; made if absent"});
     append("outputVoxelSize_mm", outputVoxelSize_mm,
-           KeyInfo{Takes::object, optional, "extents of a voxel, 0 where the file has none"}.in("mm"));
+           KeyInfo{Takes::dimension, optional, "extents of a voxel, 0 where the file has none"}.in("mm"));
     append("outputDescription", outputDescription, {Takes::text, optional, "description of the volume"});
     append("outputSoftware", outputSoftware, {Takes::text, optional, "software that the file names"});
   }

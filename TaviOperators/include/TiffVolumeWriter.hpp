@@ -12,6 +12,7 @@
 ///   more than 32 bits along an axis, and for an uncompressed volume beyond the 4 GiB of the format; FileWrite for a
 ///   file that cannot be written to its end. A file that exists keeps its content if extents, compression or size are
 ///   refused; otherwise what has been written stays.
+/// - Halo: whole volume.
 /// - Memory: none if the view's slices are dense, otherwise one slice; with compression one slice more.
 /// - Threads: serial. One step of progress per slice. After an abort the file holds the slices written so far.
 /// - Cost: as libtiff encodes.
@@ -30,7 +31,7 @@ public:
     append("inputVolume", inputVolume, {Takes::volume, required, "volume of uint8, uint16 or uint32 to write"});
     append("inputFilename", inputFilename, {Takes::fileName, required, "file to write"});
     append("inputVoxelSize_mm", inputVoxelSize_mm,
-           KeyInfo{Takes::object, optional, "extents of a voxel"}.within("from 0").in("mm").ifAbsent("unknown"));
+           KeyInfo{Takes::dimension, optional, "extents of a voxel"}.within("from 0").in("mm").ifAbsent("unknown"));
     append("inputCompression", inputCompression,
            KeyInfo{Takes::number, optional, "1 for none, 5 for LZW"}.within("1 or 5").ofType("NORV::uint16"));
     append("inputSoftware", inputSoftware, {Takes::text, optional, "software to name in the file"});

@@ -10,6 +10,7 @@
 /// - NaN: equals nothing, so it stays and cannot be replaced.
 /// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
 ///   NULLPointer for a missing value, BadCast for one of another type.
+/// - Halo: none.
 /// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
 ///   voxel.
 /// - Threads: as many slabs as the runtime offers threads; the result does not depend on their number. The progress

@@ -13,6 +13,7 @@
 ///   another voxel type; FileOpen and FileRead; BadFile for a file that is no VTI file or one of a kind that is not
 ///   supported; InvalidData for base64 that is none, does not fill the volume or holds a corrupt block. An output
 ///   volume is untouched until all has been checked but what is inside of compressed blocks.
+/// - Halo: whole volume.
 /// - Memory: the file; for compressed voxels also a compressed block for each thread, and a decompressed one where
 ///   blocks do not lie in the view as one piece. What a file cannot hold is refused before memory is asked for.
 /// - Threads: blocks are decompressed in parallel, all else is serial. Progress counts pieces of the file, then voxels,
@@ -30,8 +31,8 @@ public:
   Parameter() {
     append("inputFilename", inputFilename, {Takes::fileName, required, "file to read"});
     append("outputVolume", outputVolume, {Takes::volume, optional, "target of the file's voxel type; made if absent"});
-    append("outputSpacing", outputSpacing, {Takes::object, optional, "distances between voxels, three numbers"});
-    append("outputOrigin", outputOrigin, {Takes::object, optional, "place of the first voxel, three numbers"});
+    append("outputSpacing", outputSpacing, {Takes::dimension, optional, "distances between voxels, three numbers"});
+    append("outputOrigin", outputOrigin, {Takes::position, optional, "place of the first voxel, three numbers"});
   }
   std::string getType() const override { return "NORV::TaviOperators::VtiReader::Parameter"; }
 };

@@ -12,6 +12,7 @@
 /// - Failures: InvalidParameterObjectException for a file name that is none, without inputVolume, and for an unknown
 ///   format or compression; `std::overflow_error` for more than 4 GiB of voxels, or of a slice where compressed;
 ///   FileCreate and FileWrite. A file that could not be written completely stays.
+/// - Halo: whole volume.
 /// - Memory: for compressed voxels all compressed slices, and for each thread two slices; otherwise a small buffer.
 /// - Threads: slices are compressed in parallel, all else is serial. Two steps of progress for each slice. After an
 ///   abort the file ends behind a whole slice, or does not exist yet.
@@ -30,8 +31,8 @@ public:
   Parameter() {
     append("inputVolume", inputVolume, {Takes::volume, required, "volume whose view is written"});
     append("inputFilename", inputFilename, {Takes::fileName, required, "file to write"});
-    append("inputSpacing", inputSpacing, {Takes::object, optional, "distances between voxels, three numbers"});
-    append("inputOrigin", inputOrigin, {Takes::object, optional, "place of the first voxel, three numbers"});
+    append("inputSpacing", inputSpacing, {Takes::dimension, optional, "distances between voxels, three numbers"});
+    append("inputOrigin", inputOrigin, {Takes::position, optional, "place of the first voxel, three numbers"});
     append(
         "inputFormat", inputFormat,
         KeyInfo{Takes::text, optional, "form of the voxels"}.within("ascii, binary or appended").ifAbsent("appended"));

@@ -13,6 +13,7 @@
 /// - Failures: InvalidParameterObjectException for a name that is no file name and for an outputVolume of another voxel
 ///   type; FileOpen for a file that does not open; std::out_of_range if one extent of the image is zero. A file of
 ///   which both are zero, or that is empty, gives an empty volume.
+/// - Halo: whole volume.
 /// - Memory: none beyond the output if its rows are dense, otherwise one slice.
 /// - Threads: serial. No steps of progress; an abort changes nothing.
 /// - Cost: one read, at the speed of the file system.

@@ -11,6 +11,7 @@
 /// - Failures: InvalidParameterObjectException without inputVolume, for a view of several slices, and for a name that
 ///   is no file name; std::overflow_error for a width or height beyond 32767; FileCreate for a file that cannot be
 ///   created. Whether the bytes reach the disk is not checked: a full disk leaves a truncated file.
+/// - Halo: whole volume.
 /// - Memory: none if the rows of the view are dense, otherwise one slice.
 /// - Threads: serial. No steps of progress; an abort changes nothing.
 /// - Cost: one write, at the speed of the file system.

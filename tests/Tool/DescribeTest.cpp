@@ -60,7 +60,7 @@ TEST(ToolDescribe, DocumentsEveryOperatorWhole) {
   for (const json& op : all) {
     SCOPED_TRACE(op["operator"]);
     EXPECT_LE(std::string(op["summary"]).size(), 80u);
-    for (const char* part : {"Failures", "Memory", "Threads", "Cost"}) {
+    for (const char* part : {"Failures", "Halo", "Memory", "Threads", "Cost"}) {
       EXPECT_TRUE(op["documentation"].contains(part)) << part;
     }
     for (const json& key : op["keys"]) {
@@ -97,6 +97,7 @@ TEST(ToolDescribe, ShowsAnOperatorAsText) {
             "NaN:      stays NaN.\n"
             "Failures: InvalidParameterObjectException without inputVolume or with volumes of different voxel\n"
             "          types; NULLPointer without a limit, BadCast for a limit of another voxel type.\n"
+            "Halo:     none.\n"
             "Memory:   none beyond the output.\n"
             "Threads:  parallel over slices; the result does not depend on the number of threads. No steps of\n"
             "          progress.\n"
@@ -120,7 +121,8 @@ TEST(ToolDescribe, TellsVoxelTypesOfVolumesOnlyAndInFewWords) {
     const std::size_t begin = std::min(text.find("Voxel types: "), text.size());
     return text.substr(begin, text.find('\n', begin) - begin + 1);
   };
-  // The identifiers also name the class of the mask, and that of the records.
+  // The identifiers also name the class of the mask, that of the records, and the type of the matrix.
+  EXPECT_EQ(types("AffineTransform"), "Voxel types: int8, uint8, int16, uint16, int32, uint32, float32, float64\n");
   EXPECT_EQ(types("HistogramUpdateMedian"), "Voxel types: uint8, uint16 (the same for all volumes)\n");
   EXPECT_EQ(types("StandardFeaturesCalculation"),
             "Voxel types: (uint8, uint16, uint32) + (int8, uint8, int16, uint16, int32, uint32, float32, float64)\n");

@@ -84,6 +84,8 @@ int runTool(int argc, const char* const* argv);
 
 /// How many threads operators use from now on that are not told otherwise.
 void setNumberOfThreads(int threads);
+/// How many they use now.
+int numberOfThreads();
 
 void printJson(const Json& json);
 

@@ -1,5 +1,6 @@
 #include <Catalogue.hpp>
 #include <Commands.hpp>
+#include <Description.hpp>
 #include <Values.hpp>
 
 #include <algorithm>
@@ -8,8 +9,6 @@
 
 namespace NORV::TaviTool {
 namespace {
-
-const char* roleOf(const std::string& key) { return isInput(key) ? "input" : isOutput(key) ? "output" : "modify"; }
 
 /// Results are there after the run; what a key holds before it is no default.
 std::string defaultText(const KeyDescription& key, const SmartPointer<IComposite>& parameter) {
@@ -30,55 +29,9 @@ std::string defaultText(const KeyDescription& key, const SmartPointer<IComposite
   return text.empty() ? "empty" : text;
 }
 
-/// "1 to 10 voxels; absent: 1", or nothing.
-std::string limitsText(const KeyInfo& info) {
-  std::string text = info.range;
-  if (*info.unit != '\0') {
-    text += (text.empty() ? "in " : " ") + std::string(info.unit);
-  }
-  if (*info.likeKey != '\0') {
-    const char* kind = info.takes == Takes::like ? "of the voxel type of " : "float64 for a float64 volume under ";
-    text += (text.empty() ? "" : ", ") + (kind + std::string(info.likeKey));
-  }
-  if (*info.absent != '\0') {
-    text += (text.empty() ? "" : "; ") + ("absent or 0: " + std::string(info.absent));
-  }
-  return text;
-}
-
 std::string meaningText(const KeyInfo& info) {
   const std::string limits = limitsText(info);
   return info.meaning + (limits.empty() ? "" : " (" + limits + ")");
-}
-
-Json describeJson(const std::string& op) {
-  const auto parameter = makeParameter(op);
-  const Documentation documentation = documentationOf(op);
-  Json parts = Json::object();
-  for (const Documentation::Part& part : documentation.parts) {
-    parts[part.name] = part.text;
-  }
-  Json keys = Json::array();
-  for (const KeyDescription& key : keysOf(parameter)) {
-    keys.push_back({{"key", key.key},
-                    {"role", roleOf(key.key)},
-                    {"takes", takesText(key.info.takes)},
-                    {"syntax", syntaxOf(key.info.takes)},
-                    {"required", key.info.required},
-                    {"default", key.info.takes == Takes::object ? Json() : valueJson(parameter->getValue(key.key))},
-                    {"meaning", key.info.meaning},
-                    {"range", key.info.range},
-                    {"unit", key.info.unit},
-                    {"absent", key.info.absent},
-                    {"like", key.info.likeKey}});
-  }
-  return {{"operator", op},
-          {"summary", summaryOf(op)},
-          {"description", documentation.text},
-          {"documentation", parts},
-          {"parameterClass", parameter->getType()},
-          {"keys", keys},
-          {"voxelTypes", reachableInstances(op)}};
 }
 
 std::string voxelTypesText(const std::string& op, const std::string& separator) {
@@ -193,7 +146,7 @@ void describeCommand(const Session& session, const std::string& op, Layout layou
   if (session.json) {
     Json all = Json::array();
     for (const std::string& each : ops) {
-      all.push_back(describeJson(each));
+      all.push_back(descriptionOf(each));
     }
     printJson(op.empty() ? all : all.front());
     return;

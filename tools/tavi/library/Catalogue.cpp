@@ -218,7 +218,15 @@ std::vector<Instance> reachableInstances(const std::string& op) {
   };
   const auto inputs = std::count_if(keys.begin(), keys.end(), isVolumeOf(false));
   const auto outputs = std::count_if(keys.begin(), keys.end(), isVolumeOf(true));
+  const auto matrices =
+      std::count_if(keys.begin(), keys.end(), [](const auto& key) { return key.info.takes == Takes::matrix; });
   std::vector<Instance> instances = registeredInstances(op);
+  for (Instance& instance : instances) {
+    // The type of a matrix comes last, where the result is of the type of an input.
+    if (matrices > 0 && static_cast<std::ptrdiff_t>(instance.size()) == inputs + matrices) {
+      instance.resize(static_cast<std::size_t>(inputs));
+    }
+  }
   std::erase_if(instances, [&](const Instance& instance) {
     // Only where it is plain which type belongs to which key.
     const auto types = static_cast<std::ptrdiff_t>(instance.size());

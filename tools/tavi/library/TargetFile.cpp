@@ -73,7 +73,7 @@ void requireCreatable(const std::string& name) {
   }
 }
 
-TargetFile::TargetFile(const std::string& name) : _given(name), _target(followLinks(name)) {
+TargetFile::TargetFile(const std::string& name, Interrupts interrupts) : _given(name), _target(followLinks(name)) {
   struct stat status {};
   const bool exists = ::lstat(_target.c_str(), &status) == 0;
   // A name that the library refuses is left for it to refuse.
@@ -92,7 +92,9 @@ TargetFile::TargetFile(const std::string& name) : _given(name), _target(followLi
       }
       ::close(file);
       _partial = partial;
-      _guard.emplace(partial);
+      if (interrupts == Interrupts::handled) {
+        _guard.emplace(partial);
+      }
       return;
     }
     if (errno != EEXIST) {

@@ -18,7 +18,10 @@ void requireCreatable(const std::string& name);
 /// or an interrupt leaves the old file. Targets that are no regular files, such as devices, are written directly.
 class TargetFile {
 public:
-  explicit TargetFile(const std::string& name);
+  /// Whether a second interrupt of the tool removes the unfinished file. Its handler knows one file at a time.
+  enum class Interrupts { handled, ignored };
+
+  explicit TargetFile(const std::string& name, Interrupts interrupts = Interrupts::handled);
   TargetFile(const TargetFile&) = delete;
   TargetFile& operator=(const TargetFile&) = delete;
   ~TargetFile();

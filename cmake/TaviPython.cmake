@@ -1,0 +1,22 @@
+# Looks for what the Python package is built with: an interpreter that has NumPy, its headers, and pybind11. The first
+# python3 on the path may be one without NumPy, so the system's is tried as well.
+set(PYBIND11_NOPYTHON ON)  # its headers are all that is needed
+find_package(pybind11 CONFIG QUIET)
+if(pybind11_FOUND AND NOT TAVI_SANITIZE)
+  find_package(Python 3.9 QUIET COMPONENTS Interpreter Development.Module NumPy)
+  if(NOT Python_FOUND AND EXISTS /usr/bin/python3)
+    foreach(entry Python_FOUND _Python_EXECUTABLE _Python_INCLUDE_DIR _Python_INTERPRETER_PROPERTIES)
+      unset(${entry} CACHE)
+    endforeach()
+    set(Python_EXECUTABLE /usr/bin/python3)
+    find_package(Python 3.9 QUIET COMPONENTS Interpreter Development.Module NumPy)
+  endif()
+endif()
+set(has_python OFF)
+if(PROJECT_IS_TOP_LEVEL AND Python_FOUND AND pybind11_FOUND)
+  set(has_python ON)
+endif()
+option(TAVI_BUILD_PYTHON "Build the Python package" ${has_python})
+if(TAVI_BUILD_PYTHON AND NOT (Python_FOUND AND pybind11_FOUND))
+  message(FATAL_ERROR "TAVI_BUILD_PYTHON needs the headers of Python, NumPy and pybind11, and no TAVI_SANITIZE")
+endif()

@@ -1,0 +1,55 @@
+#include <Lock.hpp>
+
+#include <unistd.h>
+
+#include <atomic>
+
+namespace NORV::TaviPython {
+namespace {
+
+std::atomic<bool> ending{false};
+std::atomic<int> taking{0};
+
+/// Whether the calling thread may take the lock; it says when it has it.
+bool mayTake() {
+  ++taking;
+  if (!ending.load()) {
+    return true;
+  }
+  --taking;
+  return false;
+}
+
+}  // namespace
+
+void relock(PyThreadState* state) {
+  while (!mayTake()) {
+    ::pause();
+  }
+  PyEval_RestoreThread(state);
+  --taking;
+}
+
+void releaseReference(PyObject* object) {
+  if (Py_IsInitialized() == 0) {
+    return;
+  }
+  if (PyGILState_Check() != 0) {
+    Py_DECREF(object);
+  } else if (mayTake()) {
+    const PyGILState_STATE state = PyGILState_Ensure();
+    --taking;
+    Py_DECREF(object);
+    PyGILState_Release(state);
+  }
+}
+
+void endLocking() {
+  ending.store(true);
+  while (taking.load() != 0) {
+    Py_BEGIN_ALLOW_THREADS ::usleep(1000);
+    Py_END_ALLOW_THREADS
+  }
+}
+
+}  // namespace NORV::TaviPython
