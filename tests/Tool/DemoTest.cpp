@@ -7,8 +7,11 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <limits>
 #include <numeric>
+#include <utility>
 
 namespace NORV::HostTest {
 namespace {
@@ -25,35 +28,78 @@ std::vector<std::string> stepsOf(const json& report) {
   return names;
 }
 
+/// The distance of a voxel from the centre of a blob in units of its semi-axes, squared.
+double squareIn(const json& blob, std::size_t voxel) {
+  const std::array<std::size_t, 3> at{voxel % width, voxel / width % depth, voxel / width / depth};
+  double square = 0.0;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    const double part =
+        (static_cast<double>(at[axis]) - blob["center"][axis].get<double>()) / blob["semiAxes"][axis].get<double>();
+    square += part * part;
+  }
+  return square;
+}
+
+/// The voxels in the box around a blob.
+std::vector<std::size_t> boxAround(const json& blob) {
+  const auto from = [&](std::size_t axis) {
+    return static_cast<std::size_t>(blob["center"][axis].get<double>() - blob["semiAxes"][axis].get<double>());
+  };
+  const auto to = [&](std::size_t axis) {
+    return static_cast<std::size_t>(blob["center"][axis].get<double>() + blob["semiAxes"][axis].get<double>() + 1.0);
+  };
+  std::vector<std::size_t> voxels;
+  for (std::size_t z = from(2); z <= to(2); ++z) {
+    for (std::size_t y = from(1); y <= to(1); ++y) {
+      for (std::size_t x = from(0); x <= to(0); ++x) {
+        voxels.push_back(x + width * (y + depth * z));
+      }
+    }
+  }
+  return voxels;
+}
+
 TEST(Phantom, TruthCountsTheVoxelsWhoseCentersLieInside) {
   const auto phantom = TaviTool::makePhantom(TaviTool::Session());
   const json truth = TaviTool::truthOf(phantom);
   const Tavi::VolumePtr<uint16> volume(phantom.volume);
   ASSERT_EQ(volume->getSize(), width * depth * height);
-  EXPECT_EQ(truth["numberOfPores"], 40);
+  EXPECT_EQ(truth["numberOfPores"], 52);
+  EXPECT_EQ(truth["numberOfTouchingPairs"], 6);
   EXPECT_EQ(truth["numberOfInclusions"], 12);
 
-  std::vector<uint8> owner(width * depth * height, 0);
+  std::vector<uint8> owners(width * depth * height, 0);
   const auto check = [&](const char* kind, double level, double material) {
     std::size_t all = 0;
     for (const json& blob : truth[kind]) {
-      const auto center = blob["center"].get<std::vector<double>>();
-      const auto axes = blob["semiAxes"].get<std::vector<double>>();
-      std::size_t count = 0;
+      std::size_t count = 0, shared = 0;
       double sum = 0.0;
-      for (std::size_t i = 0; i < owner.size(); ++i) {
-        const double x = (static_cast<double>(i % width) - center[0]) / axes[0];
-        const double y = (static_cast<double>(i / width % depth) - center[1]) / axes[1];
-        const double z = (static_cast<double>(i / width / depth) - center[2]) / axes[2];
-        if (x * x + y * y + z * z <= 1.0) {
-          ++count;
-          sum += volume->getData()[i];
-          EXPECT_EQ(owner[i]++, 0) << "two blobs meet";
+      std::array<double, 3> centroid{};
+      for (const std::size_t i : boxAround(blob)) {
+        const double square = squareIn(blob, i);
+        if (square > 1.0) {
+          continue;
         }
+        const double other =
+            blob.contains("partner") ? squareIn(truth[kind][blob["partner"].get<std::size_t>()], i) : 2.0;
+        shared += other <= 1.0 ? 1u : 0u;
+        if (other <= square) {
+          continue;
+        }
+        EXPECT_EQ(owners[i]++, 0) << "a voxel of two blobs";
+        ++count;
+        sum += volume->getData()[i];
+        centroid[0] += static_cast<double>(i % width);
+        centroid[1] += static_cast<double>(i / width % depth);
+        centroid[2] += static_cast<double>(i / width / depth);
       }
       EXPECT_EQ(blob["voxels"], count);
       EXPECT_GT(count, 5u);
+      EXPECT_EQ(shared > 0, blob.contains("partner")) << blob;
       all += count;
+      for (std::size_t axis = 0; axis < 3; ++axis) {
+        EXPECT_NEAR(blob["centroid"][axis], centroid[axis] / static_cast<double>(count), 1e-9);
+      }
       const double mean = sum / static_cast<double>(count);
       EXPECT_LT(std::abs(mean - level), 0.35 * std::abs(material - level)) << blob;
     }
@@ -73,8 +119,9 @@ TEST(ToolDemo, ClampsThePhantomAndKeepsARegion) {
   const Outcome& outcome = demo();
   ASSERT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(stepsOf(json::parse(outcome.out)),
-            (std::vector<std::string>{"phantom", "load", "clamp", "extremes", "region", "save", "check", "contrast",
-                                      "filter", "classes", "threshold", "label", "clean", "measure", "pictures"}));
+            (std::vector<std::string>{"phantom",   "load",     "clamp",  "contrast", "region",  "filter",   "classes",
+                                      "threshold", "separate", "label",  "select",   "measure", "turn",     "axes",
+                                      "align",     "project",  "unroll", "save",     "check",   "pictures", "report"}));
   const auto part = readRek<uint16>("phantom/part.rek");
   const auto clamped = readRek<uint16>("phantom/clamped.rek");
   ASSERT_EQ(part.size(), width * depth * height);
@@ -93,7 +140,7 @@ TEST(ToolDemo, ClampsThePhantomAndKeepsARegion) {
     const std::size_t x = i % 128 + 64, y = i / 128 % 128 + 64, z = i / 128 / 128 + 32;
     ASSERT_EQ(region[i], clamped[x + width * (y + depth * z)]);
   }
-  EXPECT_EQ(json::parse(readFile("phantom/part.json"))["numberOfPores"], 40);
+  EXPECT_EQ(json::parse(readFile("phantom/part.json"))["numberOfPores"], 52);
   for (const char* picture : {"before", "after"}) {
     EXPECT_EQ(readFile("phantom/" + std::string(picture) + ".pgm").substr(0, 15), "P5\n776 256\n255\n");
   }
@@ -105,11 +152,11 @@ TEST(ToolDemo, MeasuresThePoresAndInclusionsOfThePhantom) {
   const auto part = readRek<uint16>("phantom/part.rek");
   const auto labels = readRek<uint32>("phantom/objects.rek");
   ASSERT_EQ(labels.size(), part.size());
-  ASSERT_EQ(report["objects"].size(), 52u);
+  ASSERT_EQ(report["objects"].size(), 64u);
   // Each true blob against the object at its centre, measured here once more, voxel by voxel.
-  ASSERT_LE(*std::max_element(labels.begin(), labels.end()), 52u);
-  std::vector<std::size_t> voxelsOf(53);
-  std::vector<double> sumOf(53);
+  ASSERT_LE(*std::max_element(labels.begin(), labels.end()), 64u);
+  std::vector<std::size_t> voxelsOf(65);
+  std::vector<double> sumOf(65);
   for (std::size_t i = 0; i < labels.size(); ++i) {
     ++voxelsOf[labels[i]];
     sumOf[labels[i]] += part[i];
@@ -131,7 +178,7 @@ TEST(ToolDemo, MeasuresThePoresAndInclusionsOfThePhantom) {
       EXPECT_NEAR((*object)["mean"], sum / static_cast<double>(voxels), 1e-6);
       EXPECT_NEAR(static_cast<double>(voxels), blob["voxels"], 0.08 * blob["voxels"].get<double>() + 8.0);
       for (std::size_t axis = 0; axis < 3; ++axis) {
-        EXPECT_NEAR((*object)["geometricCenter"][axis], blob["center"][axis], 0.5);
+        EXPECT_NEAR((*object)["geometricCenter"][axis], blob["centroid"][axis], 0.5);
       }
     }
   };
@@ -139,15 +186,85 @@ TEST(ToolDemo, MeasuresThePoresAndInclusionsOfThePhantom) {
   check("inclusions", "inclusion");
   std::sort(used.begin(), used.end());
   EXPECT_EQ(std::unique(used.begin(), used.end()), used.end()) << "two blobs in one object";
-  EXPECT_EQ(used.size(), 52u);
+  EXPECT_EQ(used.size(), 64u);
   for (const json& kind : report["truth"]) {
     EXPECT_EQ(kind["holds"], true);
     EXPECT_EQ(kind["found"], kind["true"]);
     EXPECT_EQ(kind["others"], 0);
+    EXPECT_EQ(kind["separatedPairs"], kind["kind"] == "pores" ? 6 : 0);
   }
   const std::string csv = readFile("phantom/objects.csv");
   EXPECT_EQ(csv.substr(0, 16), "kind,label,size,");
-  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 53);
+  EXPECT_EQ(std::count(csv.begin(), csv.end(), '\n'), 65);
+}
+
+double inner(const json& a, const json& b) {
+  double sum = 0.0;
+  for (std::size_t i = 0; i < 3; ++i) {
+    sum += a[i].get<double>() * b[i].get<double>();
+  }
+  return sum;
+}
+
+TEST(ToolDemo, FindsTheAxesOfTheTurnedPartAndAlignsIt) {
+  ASSERT_EQ(demo().status, 0) << demo().err;
+  const json report = json::parse(demo().out);
+  EXPECT_EQ(report["axesTruth"]["holds"], true);
+  EXPECT_LE(report["axesTruth"]["angle"], 0.1);
+  EXPECT_EQ(report["axesTruth"]["trueBox"], (std::vector<int>{224, 192, 104}));
+  const json &axes = report["axes"]["axes"], &variances = report["axes"]["variances"];
+  for (std::size_t i = 0; i < 3; ++i) {
+    EXPECT_NEAR(inner(axes[i], axes[i]), 1.0, 1e-9);
+    EXPECT_NEAR(inner(axes[i], axes[(i + 1) % 3]), 0.0, 1e-9);
+    EXPECT_TRUE(i == 0 || variances[i] < variances[i - 1]);
+  }
+  // The rotation of 20, 12 and 8 degrees, written out for the shortest axis.
+  const double degree = std::acos(-1.0) / 180.0;
+  const double h = 20 * degree, a = 12 * degree, b = 8 * degree;
+  const json shortest{std::sin(a) * std::cos(h) * std::sin(b) + std::cos(b) * std::sin(h), -std::cos(a) * std::sin(b),
+                      std::cos(b) * std::cos(h) - std::sin(a) * std::sin(h) * std::sin(b)};
+  EXPECT_GT(std::abs(inner(axes[2], shortest)), std::cos(0.1 * degree));
+  // The aligned part, saved in two formats, has its bore in the middle and material around it.
+  const Outcome info = runQuietly({"info", "phantom/aligned.vti", "--json"});
+  const json box = report["axes"]["box"];
+  EXPECT_EQ(json::parse(info.out)["dimension"], box);
+  EXPECT_EQ(runQuietly({"convert", "phantom/aligned.rek.gz", "phantom/copy.rek"}).status, 0);
+  const auto aligned = readRek<uint16>("phantom/copy.rek");
+  const auto nx = box[0].get<std::size_t>(), ny = box[1].get<std::size_t>(), nz = box[2].get<std::size_t>();
+  ASSERT_EQ(aligned.size(), nx * ny * nz);
+  const auto at = [&](std::size_t x, std::size_t y) { return aligned[x + nx * (y + ny * (nz / 2))]; };
+  EXPECT_LT(at(nx / 2, ny / 2), 8000);
+  for (const auto& [x, y] : {std::pair{50, 0}, std::pair{0, 50}, std::pair{-50, 0}, std::pair{0, -50}}) {
+    EXPECT_GT(at(nx / 2 + static_cast<std::size_t>(x), ny / 2 + static_cast<std::size_t>(y)), 20000) << x << " " << y;
+  }
+  for (const char* picture : {"projection", "unrolled"}) {
+    EXPECT_EQ(readFile("phantom/" + std::string(picture) + ".png").substr(1, 3), "PNG");
+  }
+}
+
+TEST(ToolDemo, StepsTellOperatorsAndParameters) {
+  const json report = json::parse(demo().out);
+  const auto step = [&](const char* name) {
+    return *std::find_if(report["steps"].begin(), report["steps"].end(),
+                         [&](const json& each) { return each["step"] == name; });
+  };
+  const json clamp = step("clamp");
+  ASSERT_EQ(clamp["runs"].size(), 1u);
+  EXPECT_EQ(clamp["runs"][0]["operator"], "Saturation");
+  EXPECT_EQ(clamp["runs"][0]["parameters"]["inputVolume"], "uint16 256x256x128");
+  EXPECT_GT(std::stoi(clamp["runs"][0]["parameters"]["inputUpperLimit"].get<std::string>()), 20000);
+  EXPECT_EQ(clamp["voxels"], static_cast<double>(width * depth * height));
+  EXPECT_GT(clamp["seconds"], 0.0);
+  std::vector<std::string> operators;
+  const json separate = step("separate");
+  for (const json& run : separate["runs"]) {
+    operators.push_back(run["operator"]);
+  }
+  for (const char* op : {"CityblockDistanceTransform", "HMaximumTransform", "WatershedTransform"}) {
+    EXPECT_EQ(std::count(operators.begin(), operators.end(), op), 1) << op;
+  }
+  EXPECT_EQ(step("load")["runs"][0]["parameters"]["inputFilename"], "phantom/part.rek");
+  EXPECT_EQ(step("save")["runs"][0]["parameters"]["inputFilename"], "phantom/clamped.rek");
 }
 
 TEST(ToolDemo, ClassesDivideTheGreyValues) {
@@ -216,8 +333,10 @@ TEST(Analysis, FindsThePoreAndTheInclusionOfAnyVoxelType) {
   EXPECT_EQ(analysis.classify(), "k-means found 3 classes of grey values");
   EXPECT_EQ(analysis.threshold(), "took the darkest class for pores, the brightest for inclusions");
   // The median ends the speck, which is one voxel thick.
-  EXPECT_EQ(analysis.label(), "2 dark and 1 bright objects");
-  EXPECT_EQ(analysis.clean(), "removed 0 objects below 8 voxels and 1 at the border of the scan");
+  EXPECT_EQ(analysis.separate(),
+            "left out 1 at the border, divided 1 inside into 1 by distance, H-maxima and watershed");
+  EXPECT_EQ(analysis.label(), "1 bright objects");
+  EXPECT_EQ(analysis.select(), "removed 0 objects below 8 voxels and 0 at the border of the scan");
   analysis.measure();
   ASSERT_EQ(analysis.numberOfPores(), 1u);
   ASSERT_EQ(analysis.numberOfInclusions(), 1u);
@@ -241,8 +360,9 @@ TEST(Analysis, AConstantVolumeHasNoObjects) {
     analysis.filter();
     analysis.classify();
     analysis.threshold();
+    analysis.separate();
     analysis.label();
-    analysis.clean();
+    analysis.select();
     analysis.measure();
     EXPECT_EQ(analysis.numberOfPores() + analysis.numberOfInclusions(), 0u) << value;
   }
@@ -256,11 +376,12 @@ TEST(Comparison, NoticesWhatIsMissingAddedMovedOrOfAnotherSize) {
   analysis.filter();
   analysis.classify();
   analysis.threshold();
+  analysis.separate();
   analysis.label();
-  analysis.clean();
+  analysis.select();
   analysis.measure();
   const auto& table = analysis.table();
-  const TaviTool::Blob pore{{7.5, 7.0, 9.0}, {2.0, 1.5, 2.5}, 62};
+  const TaviTool::Blob pore{{7.5, 7.0, 9.0}, {2.0, 1.5, 2.5}, 62, {7.5, 7.0, 9.0}, {}};
   const auto compare = [&](const std::vector<TaviTool::Blob>& blobs, Tavi::SizeType last = 1) {
     return TaviTool::Comparison("pores", blobs, table, 1, last);
   };
@@ -270,7 +391,7 @@ TEST(Comparison, NoticesWhatIsMissingAddedMovedOrOfAnotherSize) {
   EXPECT_EQ(compare({pore}).trueVoxels(0), 62u);
   EXPECT_EQ(compare({pore}).trueVoxels(1), 0u);
   auto moved = pore;
-  moved.center[0] += 0.6;
+  moved.centroid[0] += 0.6;
   EXPECT_FALSE(compare({moved}).holds());
   auto larger = pore;
   larger.voxels = 90;
@@ -296,6 +417,21 @@ TEST(ToolDemo, TakesAVolumeOfTheUser) {
   EXPECT_EQ(readRek<uint8>("mine.rek"), voxels);
   EXPECT_FALSE(exists("mine/part.rek"));
   EXPECT_EQ(runQuietly({"demo", "mine.rek", "--output", "mine"}).status, 0);
+}
+
+TEST(ToolDemo, TakesVolumesWithoutAPartAndOfAnyVoxelType) {
+  writeRek<uint8>("flat.rek", 4, 3, 2, std::vector<uint8>(24, 7));
+  writeRek<uint16>("one.rek", 1, 1, 1, {1000});
+  std::vector<float32> ramp(20 * 18 * 16);
+  std::iota(ramp.begin(), ramp.end(), -3.5f);
+  ramp[7] = std::numeric_limits<float32>::quiet_NaN();
+  writeRek<float32>("ramp.rek", 20, 18, 16, ramp);
+  for (const char* name : {"flat.rek", "one.rek", "ramp.rek"}) {
+    const Outcome outcome = runQuietly({"demo", name, "--output", "any", "--json"});
+    ASSERT_EQ(outcome.status, 0) << name << outcome.err;
+    EXPECT_EQ(json::parse(outcome.out)["objects"].size(), 0u) << name;
+    EXPECT_NE(readFile("any/report.html").find("No objects were found."), std::string::npos) << name;
+  }
 }
 
 TEST(ToolDemo, FailuresEndTheJob) {

@@ -18,7 +18,8 @@ constexpr SizeType width = 256, depth = 256, height = 128;
 constexpr double air = 4000.0, material = 30000.0, poreLevel = 4500.0, inclusionLevel = 52000.0;
 constexpr double noise = 900.0;
 constexpr double hardening = 0.05;  // how much darker the middle of the part looks
-constexpr std::size_t poreCount = 40, inclusionCount = 12;
+constexpr std::size_t poreCount = 40, pairCount = 6, inclusionCount = 12;
+constexpr double pairDistance = 0.9;  // between the centres of overlapping pores, by the sum of their radii
 
 // Only additions, multiplications and square roots, which every machine rounds alike, and random numbers of its own:
 // the library's distributions differ between implementations.
@@ -58,7 +59,7 @@ double length(double x, double y) { return std::sqrt(x * x + y * y); }
 
 Outline outlineAt(double x, double y) {
   const double fromX = x - 127.5, fromY = y - 127.5;
-  const double cornerX = std::abs(fromX) - 88.0, cornerY = std::abs(fromY) - 88.0;
+  const double cornerX = std::abs(fromX) - 88.0, cornerY = std::abs(fromY) - 72.0;
   const double radius = length(fromX, fromY);
   Outline outline{};
   outline.plate =
@@ -103,43 +104,102 @@ bool isClear(const Blob& blob, const std::vector<Blob>& others) {
   });
 }
 
+/// Inside the material, and apart from all others.
+bool isFree(const Blob& blob, const std::vector<Blob>& blobs, const std::vector<Blob>& others) {
+  const double surface = partAt(outlineAt(blob.center[0], blob.center[1]), blob.center[2]);
+  return surface < -(radiusOf(blob) + 3.0) && isClear(blob, blobs) && isClear(blob, others);
+}
+
+Point anyPlace(Random& random) {
+  const double x = random.between(0, width), y = random.between(0, depth), z = random.between(0, height);
+  return {x, y, z};
+}
+
 void placeBlobs(Random& random, std::size_t count, double smallest, double largest, std::vector<Blob>& blobs,
                 const std::vector<Blob>& others) {
   while (blobs.size() < count) {
     Blob blob;
-    blob.center = {random.between(0, width), random.between(0, depth), random.between(0, height)};
+    blob.center = anyPlace(random);
     const double radius = random.between(smallest, largest);
     for (double& axis : blob.semiAxes) {
       axis = radius * random.between(0.75, 1.0);
     }
-    const double surface = partAt(outlineAt(blob.center[0], blob.center[1]), blob.center[2]);
-    if (surface < -(radiusOf(blob) + 3.0) && isClear(blob, blobs) && isClear(blob, others)) {
+    if (isFree(blob, blobs, others)) {
       blobs.push_back(blob);
     }
   }
 }
 
-/// Replaces the material inside the blob and counts its voxels.
-void stamp(Blob& blob, double level, std::vector<float>& grey) {
+/// Adds pairs of balls that overlap, in any direction.
+void placePairs(Random& random, std::size_t count, double smallest, double largest, std::vector<Blob>& blobs) {
+  for (const std::size_t all = blobs.size() + 2 * count; blobs.size() < all;) {
+    Blob first, second;
+    first.center = anyPlace(random);
+    first.semiAxes.fill(random.between(smallest, largest));
+    second.semiAxes.fill(random.between(smallest, largest));
+    Point direction{};
+    for (double& part : direction) {
+      part = random.between(-1, 1);
+    }
+    const double norm =
+        std::sqrt(direction[0] * direction[0] + direction[1] * direction[1] + direction[2] * direction[2]);
+    const double distance = pairDistance * (first.semiAxes[0] + second.semiAxes[0]);
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+      second.center[axis] = first.center[axis] + distance * direction[axis] / norm;
+    }
+    // Near the middle of the cube of directions the quotient says little.
+    if (norm > 0.1 && norm <= 1.0 && isFree(first, blobs, {}) && isFree(second, blobs, {})) {
+      first.partner = blobs.size() + 1;
+      second.partner = blobs.size();
+      blobs.insert(blobs.end(), {first, second});
+    }
+  }
+}
+
+/// The distance of a position from the centre in units of the semi-axes, squared.
+double squareIn(const Blob& blob, const Point& position) {
+  double square = 0.0;
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    const double part = (position[axis] - blob.center[axis]) / blob.semiAxes[axis];
+    square += part * part;
+  }
+  return square;
+}
+
+/// Replaces the material inside one of the blobs; counts its voxels and finds their centroid.
+void stamp(std::vector<Blob>& blobs, std::size_t index, double level, std::vector<float>& grey) {
+  Blob& blob = blobs[index];
   const double radius = radiusOf(blob);
   const auto from = [&](std::size_t axis) { return static_cast<SizeType>(std::floor(blob.center[axis] - radius - 1)); };
   const auto to = [&](std::size_t axis) { return static_cast<SizeType>(std::ceil(blob.center[axis] + radius + 1)); };
   const double shortest = *std::min_element(blob.semiAxes.begin(), blob.semiAxes.end());
+  const auto isOwn = [&](const Point& position, double square) {
+    if (square > 1.0 || !blob.partner) {
+      return square <= 1.0;
+    }
+    const double other = squareIn(blobs[*blob.partner], position);
+    return square < other || (square == other && index < *blob.partner);
+  };
+  Point sum{};
   for (SizeType z = from(2); z <= to(2); ++z) {
     for (SizeType y = from(1); y <= to(1); ++y) {
       for (SizeType x = from(0); x <= to(0); ++x) {
         const Point position{static_cast<double>(x), static_cast<double>(y), static_cast<double>(z)};
-        double square = 0.0;
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-          const double part = (position[axis] - blob.center[axis]) / blob.semiAxes[axis];
-          square += part * part;
+        const double square = squareIn(blob, position);
+        if (isOwn(position, square)) {
+          ++blob.voxels;
+          for (std::size_t axis = 0; axis < 3; ++axis) {
+            sum[axis] += position[axis];
+          }
         }
-        blob.voxels += square <= 1.0 ? 1 : 0;
         const double share = shareInside((std::sqrt(square) - 1.0) * shortest);
         float& voxel = grey[x + width * (y + depth * z)];
         voxel = static_cast<float>(static_cast<double>(voxel) + share * (level - static_cast<double>(voxel)));
       }
     }
+  }
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    blob.centroid[axis] = sum[axis] / static_cast<double>(blob.voxels);
   }
 }
 
@@ -164,7 +224,11 @@ std::vector<float> drawPart(const Session& session) {
 Json blobsJson(const std::vector<Blob>& blobs) {
   Json list = Json::array();
   for (const Blob& blob : blobs) {
-    list.push_back({{"center", blob.center}, {"semiAxes", blob.semiAxes}, {"voxels", blob.voxels}});
+    list.push_back(
+        {{"center", blob.center}, {"semiAxes", blob.semiAxes}, {"voxels", blob.voxels}, {"centroid", blob.centroid}});
+    if (blob.partner) {
+      list.back()["partner"] = *blob.partner;
+    }
   }
   return list;
 }
@@ -179,18 +243,28 @@ SizeType voxelsOf(const std::vector<Blob>& blobs) {
 
 }  // namespace
 
+SizeType pairsIn(const std::vector<Blob>& blobs) {
+  return static_cast<SizeType>(
+             std::count_if(blobs.begin(), blobs.end(), [](const Blob& blob) { return blob.partner.has_value(); })) /
+         2;
+}
+
+// The plate along x and y, the hub along z.
+Dimension<SizeType> partSize() { return {224, 192, 104}; }
+
 Phantom makePhantom(const Session& session) {
   Phantom phantom;
   Random random(20240229);
   placeBlobs(random, poreCount, 2.5, 8.0, phantom.pores, {});
+  placePairs(random, pairCount, 6.0, 8.5, phantom.pores);
   placeBlobs(random, inclusionCount, 2.0, 5.0, phantom.inclusions, phantom.pores);
 
   std::vector<float> grey = drawPart(session);
-  for (Blob& pore : phantom.pores) {
-    stamp(pore, poreLevel, grey);
+  for (std::size_t i = 0; i < phantom.pores.size(); ++i) {
+    stamp(phantom.pores, i, poreLevel, grey);
   }
-  for (Blob& inclusion : phantom.inclusions) {
-    stamp(inclusion, inclusionLevel, grey);
+  for (std::size_t i = 0; i < phantom.inclusions.size(); ++i) {
+    stamp(phantom.inclusions, i, inclusionLevel, grey);
   }
   const Tavi::VolumePtr<uint16> volume(new Tavi::Volume<uint16>(Dimension<SizeType>(width, depth, height)));
   for (SizeType i = 0; i < grey.size(); ++i) {
@@ -208,6 +282,7 @@ Json truthOf(const Phantom& phantom) {
           {"noise", noise},
           {"numberOfPores", phantom.pores.size()},
           {"poreVoxels", voxelsOf(phantom.pores)},
+          {"numberOfTouchingPairs", pairsIn(phantom.pores)},
           {"numberOfInclusions", phantom.inclusions.size()},
           {"inclusionVoxels", voxelsOf(phantom.inclusions)},
           {"pores", blobsJson(phantom.pores)},

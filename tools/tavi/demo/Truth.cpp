@@ -11,6 +11,8 @@ namespace {
 
 constexpr double farthestAllowed = 0.5;  // voxels between the centres
 constexpr double worstAllowed = 0.25;    // voxels by which the surface may be off
+constexpr double angleAllowed = 0.1;     // degrees between the axes
+constexpr SizeType boxAllowed = 3;       // voxels by which an extent of the box may be off
 
 using Point = std::array<double, 3>;
 
@@ -49,6 +51,7 @@ Comparison::Comparison(std::string kind, const std::vector<Blob>& blobs, const F
                        SizeType last)
     : _kind(std::move(kind)),
       _blobs(blobs.size()),
+      _pairs(static_cast<std::size_t>(pairsIn(blobs))),
       _trueVoxels(table.size()) {
   std::vector<bool> isFound(blobs.size());
   for (const Blob& blob : blobs) {
@@ -72,13 +75,18 @@ Comparison::Comparison(std::string kind, const std::vector<Blob>& blobs, const F
     isFound[index] = true;
     ++_found;
     _trueVoxels[row] = blob->voxels;
-    _farthest = std::max(_farthest, distance(center, blob->center));
+    _farthest = std::max(_farthest, distance(center, blob->centroid));
     _worst = std::max(_worst, surfaceError(voxels, blob->voxels));
+  }
+  for (std::size_t i = 0; i < blobs.size(); ++i) {
+    const bool isPair = blobs[i].partner && *blobs[i].partner > i;
+    _separated += isPair && isFound[i] && isFound[*blobs[i].partner] ? 1u : 0u;
   }
 }
 
 bool Comparison::holds() const {
-  return _found == _blobs && _others == 0 && _farthest <= farthestAllowed && _worst <= worstAllowed;
+  return _found == _blobs && _others == 0 && _separated == _pairs && _farthest <= farthestAllowed &&
+         _worst <= worstAllowed;
 }
 
 std::string Comparison::text() const {
@@ -90,13 +98,53 @@ std::string Comparison::text() const {
       "%.2f voxels",
       _found, _blobs, _kind.c_str(), _others > 0 ? (" and " + std::to_string(_others) + " others").c_str() : "",
       static_cast<unsigned long long>(_voxels), static_cast<unsigned long long>(_true), off, _farthest, _worst);
-  return text.data();
+  return text.data() +
+         (_pairs > 0 ? ", " + std::to_string(_separated) + " of " + std::to_string(_pairs) + " touching pairs separated"
+                     : std::string());
 }
 
 Json Comparison::json() const {
-  return {{"kind", _kind},         {"true", _blobs},         {"found", _found},
-          {"others", _others},     {"voxels", _voxels},      {"trueVoxels", _true},
-          {"farthest", _farthest}, {"surfaceError", _worst}, {"holds", holds()}};
+  return {{"kind", _kind},         {"true", _blobs},
+          {"found", _found},       {"others", _others},
+          {"voxels", _voxels},     {"trueVoxels", _true},
+          {"farthest", _farthest}, {"surfaceError", _worst},
+          {"pairs", _pairs},       {"separatedPairs", _separated},
+          {"holds", holds()}};
+}
+
+AxesComparison::AxesComparison(const std::array<Direction, 3>& truth, const PrincipalAxes& found,
+                               const Dimension<SizeType>& size)
+    : _box(found.box),
+      _trueBox(size) {
+  constexpr double degrees = 57.295779513082323;
+  _angle = found.exist ? 0.0 : 90.0;
+  for (std::size_t i = 0; found.exist && i < truth.size(); ++i) {
+    // The length of the cross product is more precise for small angles than the inner product.
+    const Direction &a = truth[i], &b = found.axes[i];
+    const Direction cross{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+    const double sine = std::sqrt(cross[0] * cross[0] + cross[1] * cross[1] + cross[2] * cross[2]);
+    _angle = std::max(_angle, degrees * std::asin(std::min(1.0, sine)));
+  }
+}
+
+bool AxesComparison::holds() const {
+  const auto isNear = [](SizeType a, SizeType b) { return std::max(a, b) - std::min(a, b) <= boxAllowed; };
+  return _angle <= angleAllowed && isNear(_box.prim, _trueBox.prim) && isNear(_box.sec, _trueBox.sec) &&
+         isNear(_box.tert, _trueBox.tert);
+}
+
+std::string AxesComparison::text() const {
+  std::array<char, 160> text{};
+  std::snprintf(text.data(), text.size(), "axes within %.3f degrees (%.1f allowed), box of %s voxels where %s are true",
+                _angle, angleAllowed, toText(_box).c_str(), toText(_trueBox).c_str());
+  return text.data();
+}
+
+Json AxesComparison::json() const {
+  return {{"angle", _angle},
+          {"box", {_box.prim, _box.sec, _box.tert}},
+          {"trueBox", {_trueBox.prim, _trueBox.sec, _trueBox.tert}},
+          {"holds", holds()}};
 }
 
 }  // namespace NORV::TaviTool

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <Alignment.hpp>
 #include <Analysis.hpp>
 #include <Common.hpp>
 #include <Phantom.hpp>
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -29,10 +31,27 @@ public:
 private:
   std::string _kind;
   std::size_t _blobs = 0, _found = 0, _others = 0;
+  std::size_t _pairs = 0, _separated = 0;
   SizeType _voxels = 0, _true = 0;
   double _farthest = 0.0;  // of the centres
   double _worst = 0.0;     // of the sizes, in voxels of the surface
   std::vector<SizeType> _trueVoxels;
+};
+
+/// The principal axes that were found, beside the known ones.
+class AxesComparison {
+public:
+  /// Axes have no sense, so opposite ones are equal. `size` is that of the aligned part.
+  AxesComparison(const std::array<Direction, 3>& truth, const PrincipalAxes& found, const Dimension<SizeType>& size);
+
+  /// The axes are within 0.1 degrees and the extents of the box within 3 voxels.
+  bool holds() const;
+  std::string text() const;
+  Json json() const;
+
+private:
+  double _angle = 0.0;  // degrees between the worst pair
+  Dimension<SizeType> _box, _trueBox;
 };
 
 }  // namespace NORV::TaviTool

@@ -2,7 +2,9 @@
 #include <Call.hpp>
 #include <Catalogue.hpp>
 #include <Mask.hpp>
+#include <ObjectNumbers.hpp>
 #include <Picture.hpp>
+#include <Separation.hpp>
 #include <Tavi/View.hpp>
 #include <Tavi/Volume.hpp>
 #include <Values.hpp>
@@ -16,30 +18,6 @@ namespace NORV::TaviTool {
 namespace {
 
 constexpr std::array names{"pores", "inclusions"};
-
-bool isFlush(const FeatureTable& table, std::size_t row, const Dimension<SizeType>& size) {
-  const auto touches = [&](const std::string& axis, SizeType extent) {
-    const double first = table.number(row, "roi.origin." + axis);
-    return first == 0.0 || first + table.number(row, "roi.dim." + axis) == static_cast<double>(extent);
-  };
-  return touches("x", size.prim) || touches("y", size.sec) || touches("z", size.tert);
-}
-
-/// For each label the number of its object, from `first` on and in the same order; 0 for those at the border.
-std::vector<uint32> numbersOf(const FeatureTable& table, const Dimension<SizeType>& size, SizeType first) {
-  std::vector<uint32> numbers(1);
-  for (std::size_t row = 0; row < table.size(); ++row) {
-    const auto label = static_cast<std::size_t>(table.number(row, "label"));
-    numbers.resize(label + 1);
-    numbers[label] = isFlush(table, row, size) ? 0 : static_cast<uint32>(first++);
-  }
-  return numbers;
-}
-
-SizeType countOf(const std::vector<uint32>& numbers) {
-  return static_cast<SizeType>(numbers.size()) -
-         static_cast<SizeType>(std::count(numbers.begin(), numbers.end(), uint32{0}));
-}
 
 }  // namespace
 
@@ -93,6 +71,24 @@ std::string Analysis::classify() {
   return "k-means found " + std::to_string(_classes.size()) + " classes of grey values";
 }
 
+std::optional<double> Analysis::solidFrom() const {
+  std::optional<double> from;
+  for (const GreyClass& each : _classes) {
+    if (each.label > 1 && each.voxels > 0) {
+      from = from ? std::min(*from, each.minimum) : each.minimum;
+    }
+  }
+  return from;
+}
+
+SizeType Analysis::solidVoxels() const {
+  SizeType voxels = 0;
+  for (const GreyClass& each : _classes) {
+    voxels += each.label > 1 ? each.voxels : 0;
+  }
+  return voxels;
+}
+
 SmartPointer<IVolume> Analysis::binarize(SizeType label) {
   GreyClass wanted;
   wanted.minimum = 1.0;  // limits in the wrong order find nothing
@@ -116,18 +112,28 @@ std::string Analysis::threshold() {
   return "took the darkest class for pores, the brightest for inclusions";
 }
 
-std::string Analysis::label() {
-  std::vector<std::string> words;
-  for (std::size_t i = 0; i < _found.size(); ++i) {
-    Call analysis(_session, "ChessboardConnectedComponentsAnalysis");
-    analysis.set("inputFirstVolume", _found[i])
-        .set("inputBackgroundValue", greyValue(_found[i], 0))
-        .set("outputVolume", makeVolume("uint32", _found[i]->getDimension()))
-        .run("label");
-    _found[i] = analysis.volume("outputVolume");
-    words.push_back(std::to_string(analysis.count("outputNumberOfLabels") - 1) + (i == 0 ? " dark" : " bright"));
+std::string Analysis::separate() {
+  const InnerObjects inner = innerObjectsOf(_session, _found[0], "separate");
+  const std::string removed = "left out " + std::to_string(inner.removed) + " at the border, ";
+  if (inner.objects == 0) {
+    _found[0] = makeVolume("uint32", inner.binary->getDimension());
+    clear(_found[0]);
+    return removed + "found none inside";
   }
-  return join(words, " and ") + " objects";
+  SizeType pores = 0;
+  _found[0] = separated(_session, inner.binary, pores);
+  return removed + "divided " + std::to_string(inner.objects) + " inside into " + std::to_string(pores) +
+         " by distance, H-maxima and watershed";
+}
+
+std::string Analysis::label() {
+  Call analysis(_session, "ChessboardConnectedComponentsAnalysis");
+  analysis.set("inputFirstVolume", _found[1])
+      .set("inputBackgroundValue", greyValue(_found[1], 0))
+      .set("outputVolume", makeVolume("uint32", _found[1]->getDimension()))
+      .run("label");
+  _found[1] = analysis.volume("outputVolume");
+  return std::to_string(analysis.count("outputNumberOfLabels") - 1) + " bright objects";
 }
 
 SmartPointer<IVolume> Analysis::withoutSmall(const SmartPointer<IVolume>& labels, SizeType& removed) {
@@ -138,19 +144,19 @@ SmartPointer<IVolume> Analysis::withoutSmall(const SmartPointer<IVolume>& labels
       .setFlag("inputBackgroundLabelEnabled", true)
       .set("inputBackgroundLabel", greyValue(labels, 0))
       .set("inputSubstitutionValue", greyValue(labels, 0))
-      .run("clean");
+      .run("select");
   removed += remover.count("outputNumberOfRemovedObjects");
   return remover.volume("outputVolume");
 }
 
-std::string Analysis::clean() {
+std::string Analysis::select() {
   const auto size = _scan->getDimension();
   std::array<std::vector<uint32>, 2> numbers;
   SizeType removed = 0, kept = 0, all = 0;
   for (std::size_t i = 0; i < _found.size(); ++i) {
     _found[i] = withoutSmall(_found[i], removed);
-    const FeatureTable table(_session, _found[i], {}, "clean");
-    numbers[i] = numbersOf(table, size, kept + 1);
+    const FeatureTable table(_session, _found[i], {}, "select");
+    numbers[i] = innerNumbersOf(table, size, kept + 1);
     _counts[i] = countOf(numbers[i]);
     kept += _counts[i];
     all += table.size();

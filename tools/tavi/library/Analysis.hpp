@@ -32,16 +32,22 @@ public:
   std::string classify();
   /// Takes the voxels of the darkest and of the brightest class.
   std::string threshold();
-  /// Finds the objects that they form.
+  /// Leaves out dark objects at the border of the scan, such as the air around the part, and parts pores that touch.
+  std::string separate();
+  /// Finds the objects that the bright voxels form.
   std::string label();
-  /// Removes objects that are too small, and those at the border of the scan, such as the air around the part.
-  std::string clean();
+  /// Removes objects that are too small and bright ones at the border of the scan.
+  std::string select();
   /// Measures the grey values of the scan in each object.
   std::string measure();
 
   const SmartPointer<IVolume>& filtered() const { return _filtered; }
   const SmartPointer<IVolume>& classVolume() const { return _classVolume; }
   const std::vector<GreyClass>& classes() const { return _classes; }
+  /// The filtered grey value from which on voxels belong to the part; absent where all are of the darkest class.
+  std::optional<double> solidFrom() const;
+  /// Voxels of all classes but the darkest.
+  SizeType solidVoxels() const;
   /// Pores from 1 on, behind them the inclusions; `uint32`.
   const SmartPointer<IVolume>& objects() const { return _objects; }
   SizeType numberOfPores() const { return _counts[0]; }

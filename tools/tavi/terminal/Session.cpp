@@ -195,6 +195,9 @@ double Session::run(const std::string& op, IOperator& frame, const SmartPointer<
   if (Interrupt::signal() != 0) {
     interrupted(doing, isWriter(op) && shownFile.empty() ? file : std::string());
   }
+  if (onRun) {
+    onRun(op, parameter, seconds, shownFile.empty() ? file : shownFile);
+  }
   if (job) {
     ++job->runsDone;
   }

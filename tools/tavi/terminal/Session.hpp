@@ -3,6 +3,7 @@
 #include <Common.hpp>
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -49,6 +50,11 @@ public:
 
   /// Files that stay, complete, whatever comes.
   void hasWritten(const std::string& file) { _written.push_back(file); }
+
+  /// Called after each operator that ran to its end, with its seconds and the file that it read or wrote for the user.
+  std::function<void(const std::string& op, const SmartPointer<IComposite>& parameter, double seconds,
+                     const std::string& file)>
+      onRun;
 
   /// Headers of the files that were read, by what their names lead to.
   std::map<std::string, SmartPointer<IComposite>> headers;
