@@ -13,8 +13,9 @@
 ///   voxel type; std::overflow_error for a number of labels beyond 2^32, NumericalOverflow for one beyond the voxel
 ///   type; IndexOutOfRange for a label at or beyond the number. All before the output is resized.
 /// - Memory: one label per number of labels.
-/// - Threads: serial. One step of progress per slice.
-/// - Cost: two passes at the speed of memory.
+/// - Threads: the draws are serial, as std::rand is one sequence; as many as the runtime offers for the passes over
+///   volumes from 131072 voxels on. One step of progress per slice.
+/// - Cost: two passes at the speed of memory, and one draw per label.
 namespace NORV::TaviOperators::SwitchLabelsRandom {
 
 /// One run.
