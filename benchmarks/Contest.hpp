@@ -105,6 +105,7 @@ struct Contestant {
   SizeType bytes;  ///< read and written
   std::function<void()> run;
   std::function<void()> prepare = [] {};  ///< not timed
+  SizeType voxels = 0;                    ///< worked on, if their rate is to be reported
 };
 
 /// Measures the first contestant and reports what its rate is of those of the others.
@@ -141,8 +142,30 @@ inline void contest(benchmark::State& state, const std::vector<Contestant>& cont
   for (std::size_t i = 1; i < contestants.size(); ++i) {
     state.counters["of " + contestants[i].name] = rate(0) / rate(i);
   }
+  if (contestants[0].voxels != 0) {
+    state.counters["voxels"] =
+        benchmark::Counter(static_cast<double>(contestants[0].voxels), benchmark::Counter::kIsIterationInvariantRate);
+  }
   state.counters["peak MiB"] = peak;
   state.counters["extra MiB"] = peak - before;
+}
+
+/// Registers a contest with one thread and with all. `make(threads)` returns the contestants.
+template <class Make>
+void registerByThreads(const std::string& name, const Make& make) {
+  const int all = omp_get_max_threads();
+  for (const int threads : all > 1 ? std::vector<int>{1, all} : std::vector<int>{1}) {
+    const std::string title = name + "/" + std::to_string(threads) + "T";
+    benchmark::RegisterBenchmark(title.c_str(),
+                                 [=](benchmark::State& state) {
+                                   const int offered = omp_get_max_threads();
+                                   omp_set_num_threads(threads);
+                                   contest(state, make(threads));
+                                   omp_set_num_threads(offered);
+                                 })
+        ->Unit(benchmark::kMillisecond)
+        ->UseManualTime();
+  }
 }
 
 /// Registers a contest for large and small volumes, with one thread and with all. `make(bytes, threads)` returns the
@@ -153,20 +176,8 @@ void registerContest(const std::string& name, const Make& make) {
   if (smallBytes() != largeBytes()) {
     sizes.push_back(smallBytes());
   }
-  const int all = omp_get_max_threads();
   for (const SizeType bytes : sizes) {
-    for (const int threads : all > 1 ? std::vector<int>{1, all} : std::vector<int>{1}) {
-      const std::string title = name + "/" + describeSize(bytes) + "/" + std::to_string(threads) + "T";
-      benchmark::RegisterBenchmark(title.c_str(),
-                                   [=](benchmark::State& state) {
-                                     const int offered = omp_get_max_threads();
-                                     omp_set_num_threads(threads);
-                                     contest(state, make(bytes, threads));
-                                     omp_set_num_threads(offered);
-                                   })
-          ->Unit(benchmark::kMillisecond)
-          ->UseManualTime();
-    }
+    registerByThreads(name + "/" + describeSize(bytes), [=](int threads) { return make(bytes, threads); });
   }
 }
 

@@ -1,5 +1,5 @@
-// The distance transforms, which use one thread, beside copying a volume of the output's size. Bytes are those of the
-// input and of the output, each counted once.
+// The distance transforms beside copying a volume of the output's size. Bytes are those of the input and of the output,
+// each counted once. TAVI_BENCHMARK_FILE adds a volume of the user's own.
 
 #include "Objects.hpp"
 
@@ -17,39 +17,39 @@ using namespace NORV;
 using namespace NORV::Benchmarks;
 using namespace NORV::TaviOperators;
 
-/// From balls to the background or, with `source` 1, from the background to balls.
+/// To the objects or, with `source` 0, to the background.
 template <class Op, class Parameter, class Out>
-void add(const std::string& name, uint8 source) {
-  const std::string title = name + "<uint8," + Tavi::typeName<Out> + ">/" + (source == 0 ? "dense" : "sparse");
-  benchmark::RegisterBenchmark(title.c_str(),
-                               [=](benchmark::State& state) {
-                                 const SizeType voxels = std::min(largeBytes(), SizeType{16} << 20);
-                                 const auto input =
-                                     makeScene<uint8>(voxels, [](auto... at) { return ballAt(at...) != 0 ? 1 : 0; });
-                                 const VolumePtr<Out> output(new Volume<Out>(input->getDimension()));
-                                 const VolumePtr<Out> copy(new Volume<Out>(input->getDimension()));
-                                 const SmartPointer<Parameter> parameter(new Parameter);
-                                 parameter->inputVolume = input;
-                                 parameter->outputVolume = output;
-                                 parameter->inputObjectValue.setValue(source);
-                                 const SizeType count = input->getSize();
-                                 contest(state, {{name, count * (1 + sizeof(Out)), [=] { Op().apply(parameter); }},
-                                                 {"memcpy", count * 2 * sizeof(Out),
-                                                  [=] { plainCopy(1, output->getData(), copy->getData(), count); }}});
-                                 state.counters["voxels"] = benchmark::Counter(
-                                     static_cast<double>(count), benchmark::Counter::kIsIterationInvariantRate);
-                               })
-      ->Unit(benchmark::kMillisecond)
-      ->UseManualTime();
+void add(const std::string& name, const std::string& scene, uint8 source) {
+  const std::string title =
+      name + "<uint8," + Tavi::typeName<Out> + ">/" + scene + (source == 0 ? "/to background" : "/to objects");
+  registerByThreads(title, [=](int threads) {
+    const auto input = makeBinaryScene(scene, std::min(largeBytes(), SizeType{16} << 20));
+    const VolumePtr<Out> output(new Volume<Out>(input->getDimension()));
+    const VolumePtr<Out> copy(new Volume<Out>(input->getDimension()));
+    const SmartPointer<Parameter> parameter(new Parameter);
+    parameter->inputVolume = input;
+    parameter->outputVolume = output;
+    parameter->inputObjectValue.setValue(source);
+    const SizeType count = input->getSize();
+    return std::vector<Contestant>{
+        {.name = name, .bytes = count * (1 + sizeof(Out)), .run = [=] { Op().apply(parameter); }, .voxels = count},
+        {.name = "memcpy", .bytes = count * 2 * sizeof(Out), .run = [=] {
+           plainCopy(threads, output->getData(), copy->getData(), count);
+         }}};
+  });
 }
 
 template <class Out>
 void addBoth() {
-  for (const uint8 source : {uint8{0}, uint8{1}}) {
+  const auto addScene = [](const std::string& scene, uint8 source) {
     add<DLL::ChessboardDistanceTransform::Operator, ChessboardDistanceTransform::Parameter, Out>(
-        "ChessboardDistanceTransform", source);
+        "ChessboardDistanceTransform", scene, source);
     add<DLL::CityblockDistanceTransform::Operator, CityblockDistanceTransform::Parameter, Out>(
-        "CityblockDistanceTransform", source);
+        "CityblockDistanceTransform", scene, source);
+  };
+  addScene("balls", 0);
+  for (const std::string& scene : binaryScenes()) {
+    addScene(scene, 1);
   }
 }
 

@@ -16,7 +16,8 @@
 /// - Halo: whole volume.
 /// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
 ///   voxel.
-/// - Threads: serial, as each row needs the one before it. Three steps of progress per slice.
+/// - Threads: as many as the runtime offers, one slice each, some rows behind the slice before; one for volumes below
+///   65536 voxels. Three steps of progress per slice.
 /// - Cost: two passes in place, forward and back.
 /// - Paper: A. Rosenfeld, J. L. Pfaltz: Sequential Operations in Digital Picture Processing. Journal of the ACM 13
 ///   (1966).

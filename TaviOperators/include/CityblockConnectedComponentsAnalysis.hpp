@@ -13,9 +13,12 @@
 ///   NULLPointer for a missing background value, BadCast for one of another type; NumericalOverflow where labels before
 ///   merging exceed the voxel type of the output, which then holds such labels.
 /// - Halo: whole volume.
-/// - Memory: a table of inputExpectedNumberOfLabels labels, which grows in such steps and stays with the operator; bits
-///   for a few rows. A copy of an input that overlaps the output in another way than voxel by voxel.
-/// - Threads: serial. Two steps of progress per slice: the labels, their final numbers.
+/// - Memory: a table of inputExpectedNumberOfLabels labels, which grows in such steps and stays with the operator; a
+///   bit for each voxel, in words of 64 for each row and two words more. A copy of an input that overlaps the output in
+///   another way than voxel by voxel.
+/// - Threads: as many as the runtime offers, over slabs of slices; one for volumes below 65536 voxels, rows below 16
+///   voxels, and where labels before merging are about to exceed the voxel type. Labels do not depend on the count. Two
+///   steps of progress per slice: the labels, their final numbers.
 /// - Cost: two passes; runs of background and foreground are found with vectors of bits.
 /// - Paper: A. Rosenfeld, J. L. Pfaltz: Sequential Operations in Digital Picture Processing. Journal of the ACM 13
 ///   (1966).

@@ -14,8 +14,9 @@
 ///   type; IndexOutOfRange for a label at or beyond the number. All before the output is resized.
 /// - Halo: whole volume.
 /// - Memory: one label per number of labels.
-/// - Threads: serial. One step of progress per slice.
-/// - Cost: two passes at the speed of memory.
+/// - Threads: the draws are serial, as std::rand is one sequence; as many as the runtime offers for the passes over
+///   volumes from 131072 voxels on. One step of progress per slice.
+/// - Cost: two passes at the speed of memory, and one draw per label.
 namespace NORV::TaviOperators::SwitchLabelsRandom {
 
 /// One run.

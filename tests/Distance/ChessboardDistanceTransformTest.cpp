@@ -43,6 +43,7 @@ TEST(ChessboardDistanceTransformInstances, EveryPairIsRegistered) { Tests::every
 TEST(ChessboardDistanceTransform, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
 TEST(ChessboardDistanceTransform, LongRowsAreAsStated) { Tests::longRowsAreAsStated(); }
 TEST(ChessboardDistanceTransform, ASingleSourceAnywhereInARow) { Tests::aSingleSourceAnywhereInARow(); }
+TEST(ChessboardDistanceTransform, AnyNumberOfThreadsIsAsStated) { Tests::anyNumberOfThreadsIsAsStated(); }
 TEST(ChessboardDistanceTransform, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(ChessboardDistanceTransform, AnOutputIsMadeOfTheInputsType) { Tests::anOutputIsMadeOfTheInputsType(); }
 TEST(ChessboardDistanceTransform, TheOutputsTypeSelectsTheInstance) { Tests::theOutputsTypeSelectsTheInstance(); }

@@ -39,6 +39,7 @@ TEST(CityblockDistanceTransformInstances, EveryPairIsRegistered) { Tests::everyP
 TEST(CityblockDistanceTransform, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
 TEST(CityblockDistanceTransform, LongRowsAreAsStated) { Tests::longRowsAreAsStated(); }
 TEST(CityblockDistanceTransform, ASingleSourceAnywhereInARow) { Tests::aSingleSourceAnywhereInARow(); }
+TEST(CityblockDistanceTransform, AnyNumberOfThreadsIsAsStated) { Tests::anyNumberOfThreadsIsAsStated(); }
 TEST(CityblockDistanceTransform, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(CityblockDistanceTransform, AnOutputIsMadeOfTheInputsType) { Tests::anOutputIsMadeOfTheInputsType(); }
 TEST(CityblockDistanceTransform, TheOutputsTypeSelectsTheInstance) { Tests::theOutputsTypeSelectsTheInstance(); }

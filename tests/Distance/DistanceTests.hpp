@@ -2,6 +2,7 @@
 
 #include "Distance/TwoPasses.hpp"
 #include "support/Operators.hpp"
+#include "support/Threads.hpp"
 #include "support/Volumes.hpp"
 
 #include <algorithm>
@@ -231,6 +232,24 @@ public:
     }
     EXPECT_EQ(output.at({2, 2, 2}), 0);
     EXPECT_EQ(output.at({2, 2, 0}), 2);
+  }
+
+  /// Volumes large enough to be shared, of many and of few slices.
+  static void anyNumberOfThreadsIsAsStated() {
+    for (const Extents& extents : {Extents{67, 41, 101}, Extents{301, 303, 3}}) {
+      const auto values = sparseSources<uint8>(extents[0] * extents[1] * extents[2], 9, 1, 0);
+      const auto stated = twoPasses<uint8, uint16>(values, extents, 1, Case::allNeighbours);
+      forEachThreadCount([&] {
+        for (const Layout& layout : {denseLayout, Layout{{4, 0, 3}, {1, 0, 2}, {0, 1, 0}}}) {
+          const TestVolume<uint8> input(extents, layout);
+          const TestVolume<uint16> output(extents, layout);
+          input.fill(values);
+          Frame().apply(request(input, output, uint8{1}));
+          expectSameVoxels(output.voxels(), stated);
+          output.expectUntouchedOutside();
+        }
+      });
+    }
   }
 
   static void oneVoxel() {

@@ -37,6 +37,7 @@ using Tests = SelectionTests<Big>;
 TEST(BigObjectsRemoverParameter, KeysStandInTheirOrderWithTheirDefaults) { Tests::keysStandInTheirOrder(); }
 TEST(BigObjectsRemoverInstances, EveryPairIsRegistered) { Tests::everyPairIsRegistered(); }
 TEST(BigObjectsRemover, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
+TEST(BigObjectsRemover, AnyNumberOfThreadsIsAsStated) { Tests::anyNumberOfThreadsIsAsStated(); }
 TEST(BigObjectsRemover, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(BigObjectsRemover, InPlace) { Tests::inPlace(); }
 TEST(BigObjectsRemover, AnOutputThatOverwritesLabelsAhead) { Tests::anOutputThatOverwritesLabelsAhead(); }

@@ -42,6 +42,7 @@ using Tests = SelectionTests<OnlyBiggest>;
 TEST(BiggestObjectKeeperParameter, KeysStandInTheirOrderWithTheirDefaults) { Tests::keysStandInTheirOrder(); }
 TEST(BiggestObjectKeeperInstances, EveryPairIsRegistered) { Tests::everyPairIsRegistered(); }
 TEST(BiggestObjectKeeper, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
+TEST(BiggestObjectKeeper, AnyNumberOfThreadsIsAsStated) { Tests::anyNumberOfThreadsIsAsStated(); }
 TEST(BiggestObjectKeeper, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(BiggestObjectKeeper, InPlace) { Tests::inPlace(); }
 TEST(BiggestObjectKeeper, AnOutputThatOverwritesLabelsAhead) { Tests::anOutputThatOverwritesLabelsAhead(); }

@@ -42,6 +42,7 @@ using Tests = SelectionTests<WithoutBiggest>;
 TEST(BiggestObjectRemoverParameter, KeysStandInTheirOrderWithTheirDefaults) { Tests::keysStandInTheirOrder(); }
 TEST(BiggestObjectRemoverInstances, EveryPairIsRegistered) { Tests::everyPairIsRegistered(); }
 TEST(BiggestObjectRemover, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
+TEST(BiggestObjectRemover, AnyNumberOfThreadsIsAsStated) { Tests::anyNumberOfThreadsIsAsStated(); }
 TEST(BiggestObjectRemover, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(BiggestObjectRemover, InPlace) { Tests::inPlace(); }
 TEST(BiggestObjectRemover, AnOutputThatOverwritesLabelsAhead) { Tests::anOutputThatOverwritesLabelsAhead(); }

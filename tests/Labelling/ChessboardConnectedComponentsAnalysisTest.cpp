@@ -37,6 +37,7 @@ TEST(ChessboardConnectedComponentsAnalysisInstances, EveryPairIsRegistered) { Te
 TEST(ChessboardConnectedComponentsAnalysis, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
 TEST(ChessboardConnectedComponentsAnalysis, AnySizeAndDensityIsAsStated) { Tests::anySizeAndDensityIsAsStated(); }
 TEST(ChessboardConnectedComponentsAnalysis, CombsAndSpiralsAreAsStated) { Tests::combsAndSpiralsAreAsStated(); }
+TEST(ChessboardConnectedComponentsAnalysis, AnyNumberOfThreadsIsAsStated) { Tests::anyNumberOfThreadsIsAsStated(); }
 TEST(ChessboardConnectedComponentsAnalysis, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(ChessboardConnectedComponentsAnalysis, AnOutputIsMadeOfTheInputsType) { Tests::anOutputIsMadeOfTheInputsType(); }
 TEST(ChessboardConnectedComponentsAnalysis, TheOutputsTypeSelectsTheInstance) {

@@ -36,6 +36,7 @@ TEST(CityblockConnectedComponentsAnalysisInstances, EveryPairIsRegistered) { Tes
 TEST(CityblockConnectedComponentsAnalysis, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
 TEST(CityblockConnectedComponentsAnalysis, AnySizeAndDensityIsAsStated) { Tests::anySizeAndDensityIsAsStated(); }
 TEST(CityblockConnectedComponentsAnalysis, CombsAndSpiralsAreAsStated) { Tests::combsAndSpiralsAreAsStated(); }
+TEST(CityblockConnectedComponentsAnalysis, AnyNumberOfThreadsIsAsStated) { Tests::anyNumberOfThreadsIsAsStated(); }
 TEST(CityblockConnectedComponentsAnalysis, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(CityblockConnectedComponentsAnalysis, AnOutputIsMadeOfTheInputsType) { Tests::anOutputIsMadeOfTheInputsType(); }
 TEST(CityblockConnectedComponentsAnalysis, TheOutputsTypeSelectsTheInstance) {

@@ -5,6 +5,7 @@
 #include "support/FailingAllocation.hpp"
 #include "support/HostMemory.hpp"
 #include "support/Operators.hpp"
+#include "support/Threads.hpp"
 #include "support/Volumes.hpp"
 
 #include <DLL/Saturation.hpp>
@@ -177,6 +178,35 @@ public:
         label<uint8, uint32>(net, extents, 0);
         label<uint8, uint32>(net, extents, 1);
       }
+    }
+  }
+
+  /// Volumes large enough to be shared, of many and of few slices.
+  static void anyNumberOfThreadsIsAsStated() {
+    for (const Extents& extents : {Extents{67, 41, 61}, Extents{301, 203, 3}, Extents{7, 101, 103}}) {
+      const SizeType size = extents[0] * extents[1] * extents[2];
+      const auto values = sparseValues<uint8>(size, 5, Case::allNeighbours ? 0.12 : 0.3);
+      const auto stated = flooded<uint8>(values, extents, 9);
+      forEachThreadCount([&] {
+        for (const Layout& layout : {denseLayout, Layout{{4, 0, 3}, {1, 0, 2}, {0, 1, 0}}}) {
+          const TestVolume<uint8> input(extents, layout);
+          const TestVolume<uint32> output(extents, layout);
+          input.fill(values);
+          const auto parameter = request(input, output, uint8{9});
+          Frame().apply(parameter);
+          expectLabels(output.voxels(), parameter->outputNumberOfLabels.value(), stated);
+          output.expectUntouchedOutside();
+        }
+        const TestVolume<uint32> volume(extents);
+        volume.fill(std::vector<uint32>(values.begin(), values.end()));
+        const auto inPlace = request(volume, volume, uint32{9});
+        Frame().apply(inPlace);
+        expectLabels(volume.voxels(), inPlace->outputNumberOfLabels.value(), stated);
+        if (extents[0] == 67) {
+          expectOverflow(values, extents, false, 9);
+          expectOverflow(values, extents, true, 9);
+        }
+      });
     }
   }
 

@@ -4,6 +4,7 @@
 #include "support/FailingAllocation.hpp"
 #include "support/HostMemory.hpp"
 #include "support/Operators.hpp"
+#include "support/Threads.hpp"
 #include "support/Volumes.hpp"
 
 #include <DLL/Saturation.hpp>
@@ -216,6 +217,33 @@ public:
         check(other, layout, regionLayout);
         check(other, denseLayout, layout);
       }
+    }
+  }
+
+  /// Volumes large enough to be shared.
+  static void anyNumberOfThreadsIsAsStated() {
+    const Extents extents{67, 41, 101};
+    const std::size_t size = 67 * 41 * 101;
+    const auto values = mixedValues<uint16>(size, 2);
+    std::mt19937 random(4);
+    for (const uint32 kinds : {7u, 900u, 200000u}) {
+      std::vector<uint32> labels;
+      while (labels.size() < size) {
+        labels.insert(labels.end(), 1 + random() % 50, static_cast<uint32>(random() % kinds * (random() % 2)));
+      }
+      labels.resize(size);
+      const auto expected = stated<uint16, uint32>(values, labels, uint32{0}, 40, 500);
+      const TestVolume<uint16> input(extents);
+      const TestVolume<uint32> label(extents, regionLayout);
+      input.fill(values);
+      label.fill(labels);
+      forEachThreadCount([&] {
+        const TestVolume<uint16> output(extents);
+        const auto parameter = request<uint16, uint32>(input, label, output, uint32{0}, 40, 500);
+        Frame().apply(parameter);
+        expectSameVoxels(output.voxels(), expected.voxels);
+        expectRemoved(parameter, expected.removed);
+      });
     }
   }
 

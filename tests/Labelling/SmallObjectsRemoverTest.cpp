@@ -38,6 +38,7 @@ using Tests = SelectionTests<Small>;
 TEST(SmallObjectsRemoverParameter, KeysStandInTheirOrderWithTheirDefaults) { Tests::keysStandInTheirOrder(); }
 TEST(SmallObjectsRemoverInstances, EveryPairIsRegistered) { Tests::everyPairIsRegistered(); }
 TEST(SmallObjectsRemover, EveryPairIsAsStated) { Tests::everyPairIsAsStated(); }
+TEST(SmallObjectsRemover, AnyNumberOfThreadsIsAsStated) { Tests::anyNumberOfThreadsIsAsStated(); }
 TEST(SmallObjectsRemover, EveryLayoutIsAsStated) { Tests::everyLayoutIsAsStated(); }
 TEST(SmallObjectsRemover, InPlace) { Tests::inPlace(); }
 TEST(SmallObjectsRemover, AnOutputThatOverwritesLabelsAhead) { Tests::anOutputThatOverwritesLabelsAhead(); }

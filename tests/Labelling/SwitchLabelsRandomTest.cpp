@@ -2,6 +2,7 @@
 #include "support/FailingAllocation.hpp"
 #include "support/HostMemory.hpp"
 #include "support/Operators.hpp"
+#include "support/Threads.hpp"
 #include "support/Volumes.hpp"
 
 #include <DLL/Saturation.hpp>
@@ -134,6 +135,29 @@ TEST(SwitchLabelsRandom, EveryTypeAndLayoutIsAsStated) {
         input.expectUntouchedOutside();
       }
     }
+  });
+}
+
+TEST(SwitchLabelsRandom, AnyNumberOfThreadsIsAsStated) {
+  const Extents extents{67, 41, 101};
+  constexpr uint64 count = 5003;
+  std::vector<uint16> values = mixedValues<uint16>(67 * 41 * 101), expected;
+  std::srand(11);
+  const auto table = shuffled(count);
+  for (uint16& value : values) {
+    value = static_cast<uint16>(value % count);
+    expected.push_back(static_cast<uint16>(table[value]));
+  }
+  const TestVolume<uint16> input(extents, regionLayout);
+  input.fill(values);
+  forEachThreadCount([&] {
+    const TestVolume<uint16> output(extents);
+    std::srand(11);
+    Frame().apply(request(input, output, count));
+    expectSameVoxels(output.voxels(), expected);
+    input.at({66, 40, 100}) = count;
+    EXPECT_THROW(Frame().apply(request(input, output, count)), Exceptions::IndexOutOfRange);
+    input.at({66, 40, 100}) = values.back();
   });
 }
 

@@ -8,35 +8,27 @@
 
 namespace NORV::TaviOperators::Impl {
 
-/// The passes of a distance transform over the voxels of one view, slice by slice, all in place.
+/// The passes of a distance transform over the voxels of one view, all in place.
 template <Neighbours set, class T>
 class DistancePasses {
 public:
   DistancePasses(const View<T>& steps, T start) : _steps(steps), _along(std::min(T(0), start), std::max(T(0), start)) {}
 
   /// Writes the distances along the rows of a slice. The sources may stand in the same voxels.
-  void measureRows(RowSources& sources, SizeType tert) {
+  void measureRows(RowSources sources, SizeType tert) const {
     for (SizeType sec = 0; sec < _steps.dimSec; ++sec) {
       sources.beginRow(sec, tert);
       _along.write(sources, _steps.row(sec, tert), _steps.stridePrim);
     }
   }
 
-  /// Takes steps from the rows before each row: of the slice itself, and of the slice before.
-  void forward(SizeType tert) {
-    for (SizeType sec = 0; sec < _steps.dimSec; ++sec) {
-      lower(sec, tert, -1);
-    }
-  }
-  /// Takes steps from the rows behind each row.
-  void backward(SizeType tert) {
-    for (SizeType sec = _steps.dimSec; sec-- > 0;) {
-      lower(sec, tert, 1);
-    }
-  }
+  /// Takes steps from the row before a row: of the slice itself, and of those of the slice before.
+  void forward(SizeType sec, SizeType tert) const { lower(sec, tert, -1); }
+  /// Takes steps from the rows behind a row.
+  void backward(SizeType sec, SizeType tert) const { lower(sec, tert, 1); }
 
 private:
-  void lower(SizeType sec, SizeType tert, int64 step) {
+  void lower(SizeType sec, SizeType tert, int64 step) const {
     const bool hasRow = step < 0 ? sec > 0 : sec + 1 < _steps.dimSec;
     const bool hasSlice = step < 0 ? tert > 0 : tert + 1 < _steps.dimTert;
     if (!hasRow && !hasSlice) {

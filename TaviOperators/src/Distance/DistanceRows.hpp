@@ -46,7 +46,7 @@ class AlongRow {
 public:
   AlongRow(T base, T ceiling) : _base(base), _ceiling(ceiling) {}
 
-  void write(const RowSources& sources, T* row, int64 stride) {
+  void write(const RowSources& sources, T* row, int64 stride) const {
     const SizeType length = sources.count();
     ChunkDistances chunks[2];
     ChunkDistances *chunk = &chunks[0], *nextChunk = &chunks[1];
@@ -90,7 +90,8 @@ private:
   }
 
   /// A whole chunk; returns the last source up to its end.
-  SizeType measure(ChunkKind kind, ChunkDistances& chunk, SizeType first, SizeType passed, SizeType ahead, T* steps) {
+  SizeType measure(ChunkKind kind, ChunkDistances& chunk, SizeType first, SizeType passed, SizeType ahead,
+                   T* steps) const {
     if (kind == ChunkKind::sources) {
       std::fill_n(steps, distanceChunk, _base);
       return first + distanceChunk - 1;

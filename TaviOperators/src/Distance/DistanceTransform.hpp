@@ -5,11 +5,14 @@
 #include <Impl/Frame/VoxelTypeDispatch.hpp>
 #include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/View.hpp>
+#include <Impl/Loops/Wavefront.hpp>
+#include <Impl/Loops/Workers.hpp>
 #include <Operator.hpp>
 
 #include <Distance/DistancePasses.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <limits>
 #include <string>
 #include <type_traits>
@@ -19,8 +22,11 @@
 ///
 /// A. Rosenfeld, J. L. Pfaltz: Sequential Operations in Digital Picture Processing. Journal of the ACM 13 (1966).
 ///
-/// Extra memory: none, but a copy of an input that overlaps the output otherwise than voxel by voxel. One thread, as
-/// each row needs the one before it; three steps of progress per slice.
+/// Each row needs the one before it, and the rows around it of the slice before. So slices run in parallel, each some
+/// rows behind the one before it.
+///
+/// Extra memory: none, but a copy of an input that overlaps the output otherwise than voxel by voxel. All threads that
+/// the runtime offers, for slices of a volume that is not small; three steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
 
 /// What a voxel holds before a source reaches it, and at most afterwards: far enough below the largest value for the
@@ -34,8 +40,11 @@ T startOfDistances(SizeType largestExtent) {
 template <Neighbours set, class T>
 class DistanceRun {
 public:
-  DistanceRun(OperatorBase& self, const View<T>& steps)
+  /// `workers` share the rows.
+  DistanceRun(OperatorBase& self, int threads, SizeType workers, const View<T>& steps)
       : _self(self),
+        _threads(threads),
+        _workers(workers),
         _steps(steps),
         _start(startOfDistances<T>(std::max({steps.dimPrim, steps.dimSec, steps.dimTert}))),
         _passes(steps, _start) {
@@ -45,38 +54,51 @@ public:
   /// Below 0 it is the other voxels that lower those around them.
   bool startsBelowZero() const { return _start < T(0); }
 
-  /// All passes. The first goes over each slice right before the second, while the slice is in
-  /// the cache.
-  [[gnu::noinline]] void run(RowSources sources) {
-    for (SizeType tert = 0; tert < _steps.dimTert; ++tert) {
-      if (!beginStep()) {
-        return;
-      }
-      _passes.measureRows(sources, tert);
-      if (!beginStep()) {
-        return;
-      }
-      _passes.forward(tert);
-    }
-    for (SizeType tert = _steps.dimTert; tert-- > 0;) {
-      if (!beginStep()) {
-        return;
-      }
-      _passes.backward(tert);
-    }
+  /// All passes. The first goes over each slice right before the second, while the slice is in the cache.
+  [[gnu::noinline]] void run(const RowSources& sources) {
+    const SizeType slices = _steps.dimTert, rows = _steps.dimSec;
+    eachRowInTurn(
+        [&](SizeType slice) {
+          _passes.measureRows(sources, slice);
+          endStep();
+          return !_self.isAborted();
+        },
+        [&](SizeType slice, SizeType row) { _passes.forward(row, slice); });
+    eachRowInTurn([](SizeType) { return true; },
+                  [&](SizeType slice, SizeType row) { _passes.backward(rows - 1 - row, slices - 1 - slice); });
   }
 
 private:
-  bool beginStep() {
-    _self.setDone(_done++);
-    return !_self.isAborted();
+  template <class BeginSlice, class DoRow>
+  void eachRowInTurn(const BeginSlice& beginSlice, const DoRow& doRow) {
+    const SizeType slices = _steps.dimTert, rows = _steps.dimSec;
+    // All slices that run at the same time lie within some rows of each other, as few as a quarter of a slice.
+    const SizeType piece = rows / (4 * _workers);
+    forEachRowInWavefront(_self, _threads, _workers, slices, rows, piece, beginSlice,
+                          [&](SizeType slice, SizeType first, SizeType end) {
+                            for (SizeType row = first; row < end; ++row) {
+                              doRow(slice, row);
+                            }
+                            if (end == rows) {
+                              endStep();
+                            }
+                          });
+  }
+
+  /// What is reported is the number of steps before the one that runs, so the last one is never counted.
+  void endStep() {
+    if (_ended.fetch_add(1, std::memory_order_relaxed) + 1 < 3 * _steps.dimTert) {
+      _self.advance();
+    }
   }
 
   OperatorBase& _self;
+  const int _threads;
+  const SizeType _workers;
   const View<T> _steps;
   const T _start;
-  DistancePasses<set, T> _passes;
-  SizeType _done = 0;
+  const DistancePasses<set, T> _passes;
+  std::atomic<SizeType> _ended{0};
 };
 
 /// `Traits` gives the set of neighbours, the names, and the scan: a class that is made from both volumes before the
@@ -110,8 +132,11 @@ public:
 
 private:
   void transform(const View<const In>& input, const View<Out>& output, In value) {
-    const KeptInput<In> source(*this, threadCount(0), input, output, Aliasing::identical);
-    DistanceRun<Traits::neighbours, Out> run(*this, output);
+    const int threads = threadCount(0);
+    const KeptInput<In> source(*this, threads, input, output, Aliasing::identical);
+    constexpr SizeType leastVoxels = 32768;  // for one worker
+    const SizeType workers = workersFor(threads, output.dimTert, output.size(), leastVoxels);
+    DistanceRun<Traits::neighbours, Out> run(*this, threads, workers, output);
     run.run(RowSources(value, run.startsBelowZero(), source.view()));
   }
 };

@@ -3,8 +3,10 @@
 #include <ConnectedComponentsParameter.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Loops/KeptInput.hpp>
+#include <Impl/Loops/Workers.hpp>
 #include <Operator.hpp>
 
+#include <Labelling/LabelSlabs.hpp>
 #include <Labelling/RowLabels.hpp>
 #include <Labelling/VoxelLabels.hpp>
 
@@ -15,13 +17,14 @@
 /// Numbers the objects of a volume: the connected sets of voxels that differ from the background.
 ///
 /// Two passes with a union-find table of labels, the output holding the labels in between (A. Rosenfeld, J. L. Pfaltz:
-/// Sequential Operations in Digital Picture Processing. Journal of the ACM 13, 1966).
+/// Sequential Operations in Digital Picture Processing. Journal of the ACM 13, 1966). Slabs of slices are labelled in
+/// parallel, then joined where they touch.
 ///
 /// A new label is needed for each voxel whose visited neighbours are all background, before it is known which of them
 /// meet further on: these raw labels must fit the output's voxel type, else NumericalOverflow is thrown and the output
-/// keeps them. The table of raw labels stays with the operator for the next run. Further memory: two bits per voxel of
-/// a slice, up to two bytes in narrow volumes, and a bit for each 64 voxels of a row, or less. One thread; two steps of
-/// progress per slice.
+/// keeps them. The table of raw labels stays with the operator for the next run. Further memory: a bit per voxel, in
+/// words of 64 and two more for each row. All threads that the runtime offers, for slabs of a volume that is not small;
+/// one where rows have less than 16 voxels or raw labels are about to run out. Two steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
 
 /// Both operators report under one name.
@@ -54,13 +57,25 @@ private:
   bool (*_isVoxel)(const Foreground&, SizeType, SizeType, SizeType);
 };
 
+/// Into how many slabs the slices of a volume are cut: some for each thread, as objects are not spread evenly, where
+/// they do not get thin; one in small volumes.
+template <class L>
+SizeType labelSlabs(int threads, const View<L>& labels) {
+  constexpr SizeType leastVoxels = 32768, perThread = 4, thickness = 16;
+  const SizeType workers = workersFor(threads, labels.dimTert, labels.size(), leastVoxels);
+  return workers == 1 ? 1 : std::max(workers, std::min(perThread * workers, labels.dimTert / thickness));
+}
+
 /// One run over views that are set up. Each slice of each pass is a step: the abort is looked for before it.
 template <Neighbours set, class L>
 class ConnectedComponentsRun {
 public:
-  ConnectedComponentsRun(OperatorBase& self, const View<L>& labels, LabelTable<L>& table,
+  /// So many slabs of slices are labelled in parallel.
+  ConnectedComponentsRun(OperatorBase& self, int threads, SizeType slabs, const View<L>& labels, LabelTable<L>& table,
                          const Exceptions::Origin& overflow)
       : _self(self),
+        _threads(threads),
+        _slabs(slabs),
         _labels(labels),
         _table(table),
         _overflow(overflow) {
@@ -71,8 +86,27 @@ public:
   [[gnu::noinline]] uint64 run(const Foreground& foreground) {
     // Bits of narrow rows would take more memory than they are worth.
     constexpr SizeType narrow = 16;
-    const bool hasBits = _labels.dimPrim >= narrow;
-    return hasBits ? runByRows(foreground) : runByVoxels(foreground, 0, 0);
+    if (_labels.dimPrim < narrow) {
+      return runByVoxels(foreground, 0, 0);
+    }
+    BitRows bits(_labels.dimPrim, _labels.dimSec, _labels.dimTert);
+    const auto findBits = [&](SizeType tert) {
+      for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
+        bits.set(sec, tert, [&](uint64* words) { foreground.findRow(sec, tert, words); });
+      }
+    };
+    if (_slabs > 1) {
+      LabelSlabs<set, L> slabs(_self, _threads, _slabs, _labels, bits, _table);
+      const bool isEnough = slabs.count(findBits);
+      if (_self.isAborted()) {
+        return 0;
+      }
+      if (isEnough) {
+        slabs.label();
+        return replaceByRows(bits, slabs.number());
+      }
+    }
+    return runByRows(foreground, bits, findBits);
   }
 
 private:
@@ -81,43 +115,67 @@ private:
     return !_self.isAborted();
   }
 
-  uint64 runByRows(const Foreground& foreground) {
-    RowLabels<set, L> rows(_labels, _table);
+  /// In the order of the scan, which finds the voxel at which labels run out.
+  template <class FindBits>
+  uint64 runByRows(const Foreground& foreground, const BitRows& bits, const FindBits& findBits) {
+    const RowLabels<set, L> rows(_labels, bits);
     for (SizeType tert = 0; tert < _labels.dimTert; ++tert) {
       if (!beginStep(tert)) {
         return 0;
       }
       // At once for the slice, as reading between the stores of labels would be slower.
+      findBits(tert);
       for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
-        foreground.findRow(sec, tert, rows.bits(sec, tert));
-      }
-      for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
-        if (!rows.labelRow(sec, tert)) {
+        if (!labelRow(rows, sec, tert)) {
           return runByVoxels(foreground, sec, tert);
         }
       }
     }
-    return replace([&](SizeType sec, SizeType tert) { rows.replaceRow(sec, tert); });
+    beginStep(_labels.dimTert);
+    return replaceByRows(bits, _table.renumber());
+  }
+
+  /// Whether the type has labels enough for the row. Without, nothing is done.
+  bool labelRow(const RowLabels<set, L>& rows, SizeType sec, SizeType tert) {
+    if (rows.mostFresh() > std::min(_table.free(), _table.room())) {
+      const SizeType fresh = rows.countFresh(sec, tert);
+      if (fresh > _table.room()) {
+        return false;
+      }
+      _table.reserve(fresh);
+    }
+    LabelForest<L> forest = _table.forest();
+    rows.labelRow(forest, sec, tert);
+    _table.setCount(forest.next() - 1);
+    return true;
+  }
+
+  uint64 replaceByRows(const BitRows& bits, SizeType objects) {
+    const RowLabels<set, L> rows(_labels, bits);
+    return replace(objects, [&](SizeType sec, SizeType tert) { rows.replaceRow(_table, sec, tert); });
   }
 
   uint64 runByVoxels(const Foreground& foreground, SizeType sec, SizeType tert) {
-    return labelVoxels(foreground, sec, tert) ? replace([this](SizeType y, SizeType z) {
+    if (!labelVoxels(foreground, sec, tert)) {
+      return 0;
+    }
+    beginStep(_labels.dimTert);
+    return replace(_table.renumber(), [this](SizeType y, SizeType z) {
       replaceLabels(_table, _labels.row(y, z), _labels.stridePrim, _labels.dimPrim);
-    })
-                                              : 0;
+    });
   }
 
   /// The second pass.
   template <class ReplaceRow>
-  uint64 replace(const ReplaceRow& replaceRow) {
-    const uint64 objects = _table.renumber();
-    for (SizeType tert = 0; tert < _labels.dimTert; ++tert) {
-      if (!beginStep(_labels.dimTert + tert)) {
-        return 0;
-      }
+  uint64 replace(SizeType objects, const ReplaceRow& replaceRow) {
+    const bool isDone = forEachSliceInParts(_self, _threads, _slabs, _labels.dimTert, [&](SizeType, SizeType tert) {
       for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
         replaceRow(sec, tert);
       }
+      _self.advance();
+    });
+    if (!isDone) {
+      return 0;
     }
     _self.setTotal(1);
     _self.setDone(1);
@@ -146,6 +204,8 @@ private:
   }
 
   OperatorBase& _self;
+  const int _threads;
+  const SizeType _slabs;
   const View<L> _labels;
   LabelTable<L>& _table;
   const Exceptions::Origin _overflow;
@@ -180,8 +240,10 @@ public:
     _table.reset(parameter->inputExpectedNumberOfLabels.value());
 
     const auto labels = viewOf(*output);
-    const KeptInput<In> source(*this, threadCount(0), viewOf(std::as_const(*input)), labels, Aliasing::identical);
-    ConnectedComponentsRun<Traits::neighbours, Out> run(*this, labels, _table, Traits::template overflow<In>());
+    const int threads = threadCount(0);
+    const KeptInput<In> source(*this, threads, viewOf(std::as_const(*input)), labels, Aliasing::identical);
+    ConnectedComponentsRun<Traits::neighbours, Out> run(*this, threads, labelSlabs(threads, labels), labels, _table,
+                                                        Traits::template overflow<In>());
     parameter->outputNumberOfLabels = run.run(Foreground(source.view(), background));
   }
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <Impl/Loops/View.hpp>
+#include <Tavi/Allocators.hpp>
+#include <Tavi/Dimension.hpp>
 #include <Tavi/Types.hpp>
 
 #include <algorithm>
@@ -60,42 +62,38 @@ void findForeground(const T* row, int64 stride, SizeType count, T background, ui
   }
 }
 
-/// The bits of two slices: the one that is scanned and the one before it. Each row has a word of zeros before it and
-/// one behind it.
+/// The bits of all rows of a volume. Each row has a word of zeros before it and one behind it, which no other row
+/// shares: rows may be set on different threads.
 class BitRows {
 public:
   BitRows(SizeType dimPrim, SizeType dimSec, SizeType dimTert)
       : _words((dimPrim + 63) / 64),
         _rows(dimSec),
-        _bits((_words + 1) * (std::min<SizeType>(2, dimTert) * _rows + 1) + 1) {}
+        _bits(Tavi::Allocator::SingleBlockAllocator::allocate<uint64>(
+            Tavi::Dimension<SizeType>(_words + 2, dimSec, dimTert))),
+        _none(_words + 2) {}
 
   SizeType words() const { return _words; }
-  uint64* row(SizeType sec, SizeType tert) { return at((tert % 2) * _rows + sec + 1); }
+  const uint64* row(SizeType sec, SizeType tert) const { return at(sec, tert); }
   /// A row outside the volume.
-  const uint64* none() { return at(0); }
+  const uint64* none() const { return _none.data() + 1; }
 
-private:
-  uint64* at(SizeType row) { return _bits.data() + 1 + row * (_words + 1); }
-
-  const SizeType _words;
-  const SizeType _rows;
-  std::vector<uint64> _bits;
-};
-
-/// Which words of a volume have a bit set, one bit for each.
-class FilledWords {
-public:
-  explicit FilledWords(SizeType words) : _bits(words / 64 + 2) {}
-  void add(SizeType word) { _bits[word / 64] |= uint64{1} << word % 64; }
-  /// Those of `count` words, 64 at most, from `first` on.
-  uint64 piece(SizeType first, SizeType count) const {
-    const uint64* const bits = _bits.data() + first / 64;
-    const SizeType shift = first % 64;
-    return (bits[0] >> shift | bits[1] << 1 << (63 - shift)) & ~uint64{0} >> (64 - count);
+  /// Sets the bits of a row with `find(words)`.
+  template <class Find>
+  void set(SizeType sec, SizeType tert, const Find& find) {
+    uint64* const words = at(sec, tert);
+    words[-1] = 0;
+    find(words);
+    words[_words] = 0;
   }
 
 private:
-  std::vector<uint64> _bits;
+  uint64* at(SizeType sec, SizeType tert) const { return _bits.getData() + (tert * _rows + sec) * (_words + 2) + 1; }
+
+  const SizeType _words;
+  const SizeType _rows;
+  const Tavi::Allocator::Block<uint64> _bits;  // not initialised
+  const std::vector<uint64> _none;
 };
 
 }  // namespace NORV::TaviOperators::Impl

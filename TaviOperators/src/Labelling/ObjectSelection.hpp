@@ -18,7 +18,8 @@
 ///
 /// Three passes over the volume: the largest label, the sizes, the copy. Extra memory: 8 bytes for each label up to the
 /// largest that occurs, whatever the number of objects; addresses are set aside for as many labels as voxels, 2^24 at
-/// most. One thread; three steps of progress per slice.
+/// most. Each thread counts in a table of its own, as long as all tables take no more memory than the labels do. All
+/// threads that the runtime offers, in volumes that are not small; three steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
 
 /// `Traits` gives the names and `rule(sizes, protectedLabel, threshold)`, which may change the size of the protected
@@ -56,26 +57,29 @@ public:
     }
 
     const auto labelView = viewOf(std::as_const(*labels));
-    SelectionSteps steps(*this, labelView.dimTert);
-    ObjectSizes sizes = ObjectMeasurement<L>(steps, labelView).run();
+    constexpr SizeType leastVoxels = 65536;  // for one thread
+    const int threads = threadCount(0);
+    SelectionRun run(*this, threads, workersFor(threads, labelView.dimTert, labelView.size(), leastVoxels),
+                     labelView.dimTert);
+    ObjectSizes sizes = ObjectMeasurement<L>(run, labelView).run();
     if (sizes.size() == 0) {
       return;
     }
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
     const auto target = viewOf(*output);
-    const KeptInput<L> keptLabels(*this, threadCount(0), labelView, target, Aliasing::identical);
-    const KeptInput<T> keptInput(*this, threadCount(0), viewOf(std::as_const(*input)), target, Aliasing::identical);
+    const KeptInput<L> keptLabels(*this, threads, labelView, target, Aliasing::identical);
+    const KeptInput<T> keptInput(*this, threads, viewOf(std::as_const(*input)), target, Aliasing::identical);
     const SizeRule rule =
         Traits::rule(sizes, isProtecting && background < sizes.size() ? &sizes[background] : nullptr, threshold);
     const SelectedCopy<T, L> copy(sizes, rule, keptLabels.view(), keptInput.view(), target, substitution);
-    if (!copy.run(steps)) {
+    if (!copy.run(run)) {
       return;
     }
     if constexpr (hasThreshold) {
-      parameter->outputNumberOfRemovedObjects = sizes.countRemoved(rule);
+      parameter->outputNumberOfRemovedObjects = countRemoved(run, sizes, rule);
     }
-    steps.end();
+    run.end();
     parameter->outputVolume = output;
   }
 };

@@ -73,11 +73,23 @@ public:
     }
   }
 
+  /// Adds the sizes of another table to the labels of a range.
+  void addRange(const ObjectSizes& other, SizeType begin, SizeType end) {
+    if (other.size() != 0) {
+      uint64* const sizes = _sizes.get();
+      const uint64* const others = other._sizes.get();
+      for (SizeType label = begin; label < end; ++label) {
+        sizes[label] += others[label];
+      }
+    }
+  }
+
   uint64 largest() const {
     uint64 most = 0;
     forEachSize([&most](uint64 size) { most = std::max(most, size); });
     return most;
   }
+  bool isSparse() const { return _sizes == nullptr; }
   uint64 countRemoved(SizeRule rule) const {
     uint64 removed = 0, seen = 0;
     forEachSize([&](uint64 size) {
@@ -85,6 +97,11 @@ public:
       ++seen;
     });
     return removed + (rule.removes(0) ? _count - seen : 0);
+  }
+  /// Of the labels of a range; not for sparse sizes.
+  uint64 countRemoved(SizeRule rule, SizeType begin, SizeType end) const {
+    const auto isRemoved = [rule](uint64 size) { return rule.removes(size); };
+    return static_cast<uint64>(std::count_if(_sizes.get() + begin, _sizes.get() + end, isRemoved));
   }
 
 private:

@@ -20,7 +20,8 @@ void forEachBit(uint64 word, const Act& act) {
   }
 }
 
-/// Raw labels row by row from bits: as many as a scan voxel by voxel makes, and in the same order.
+/// Raw labels row by row from bits: as many as a scan voxel by voxel makes, and in the same order. Slices before a
+/// given one count as background, so the slices from it on can be labelled on their own.
 template <Neighbours set, class L>
 class RowLabels {
   using Links = LabelLinks<set>;
@@ -28,49 +29,78 @@ class RowLabels {
   using Dense = std::integral_constant<int64, 1>;
 
 public:
-  RowLabels(const View<L>& labels, LabelTable<L>& table)
+  /// The bits of a row and of those before it must be set before it is labelled.
+  RowLabels(const View<L>& labels, const BitRows& bits, SizeType firstSlice = 0)
       : _labels(labels),
-        _table(table),
-        _bits(labels.dimPrim, labels.dimSec, labels.dimTert),
-        _filled(_bits.words() * labels.dimSec * labels.dimTert) {}
+        _bits(bits),
+        _firstSlice(firstSlice) {}
 
-  /// The bits of a row, which are to be set before it is labelled.
-  uint64* bits(SizeType sec, SizeType tert) { return _bits.row(sec, tert); }
+  /// How many labels of its own a row needs.
+  [[gnu::noinline]] SizeType countFresh(SizeType sec, SizeType tert) const { return countFresh(rowsAround(sec, tert)); }
+  /// At most so many.
+  SizeType mostFresh() const { return (_labels.dimPrim + 1) / 2; }
 
-  /// Whether the type has labels enough for the row. Without, nothing is done.
-  [[gnu::noinline]] bool labelRow(SizeType sec, SizeType tert) {
+  /// Labels a row; the forest must have entries for the fresh labels.
+  [[gnu::noinline]] void labelRow(LabelForest<L>& forest, SizeType sec, SizeType tert) const {
     const Bits rows = rowsAround(sec, tert);
-    if (_labels.dimPrim / 2 >= _table.room() && countFresh(rows) > _table.room()) {
-      return false;
-    }
     if (_labels.hasDenseRows()) {
-      writeRow(rows, sec, tert, Dense());
+      writeRow(forest, rows, sec, tert, Dense());
     } else {
-      writeRow(rows, sec, tert, _labels.stridePrim);
+      writeRow(forest, rows, sec, tert, _labels.stridePrim);
     }
-    return true;
+  }
+  /// Calls `unite(label, other)` where a row touches the slice before the first one.
+  template <class Unite>
+  void joinRow(SizeType sec, const Unite& unite) const {
+    Bits rows = rowsAround(sec, _firstSlice, _firstSlice - 1);
+    rows[NearRows::before] = _bits.none();
+    const int64 stride = _labels.stridePrim;
+    const auto offsets = rowOffsets();
+    for (SizeType word = 0; word < _bits.words(); ++word) {
+      const uint64 foreground = rows[NearRows::same][word];
+      if (foreground == 0) {
+        continue;
+      }
+      const Links links(rows, word);
+      const L* const row = _labels.row(sec, _firstSlice) + oneVoxel(64 * word, stride);
+      const auto uniteLink = [&](SizeType i, SizeType place) {
+        const L* const at = row + oneVoxel(place, stride);
+        unite(*at, at[offsets[Links::links[i].row] + Links::links[i].shift * stride]);
+      };
+      forEachBit(links.starts & ~links.fresh,
+                 [&](SizeType place) { forEachBit(links.found(place), [&](SizeType i) { uniteLink(i, place); }); });
+      for (const SizeType i : Links::insideRuns) {
+        forEachBit(links.at[i] & foreground & ~links.starts, [&](SizeType place) { uniteLink(i, place); });
+      }
+    }
   }
   /// Replaces the labels of a row by what the table holds for them.
-  [[gnu::noinline]] void replaceRow(SizeType sec, SizeType tert) const {
+  [[gnu::noinline]] void replaceRow(const LabelTable<L>& table, SizeType sec, SizeType tert) const {
     if (_labels.hasDenseRows()) {
-      replaceRow(sec, tert, Dense());
+      replaceRow(table, sec, tert, Dense());
     } else {
-      replaceRow(sec, tert, _labels.stridePrim);
+      replaceRow(table, sec, tert, _labels.stridePrim);
     }
   }
 
 private:
-  SizeType firstWord(SizeType sec, SizeType tert) const { return (tert * _labels.dimSec + sec) * _bits.words(); }
-
-  Bits rowsAround(SizeType sec, SizeType tert) {
+  Bits rowsAround(SizeType sec, SizeType tert) const { return rowsAround(sec, tert, _firstSlice); }
+  /// As they are from a first slice on.
+  Bits rowsAround(SizeType sec, SizeType tert, SizeType first) const {
     const auto rowIf = [this](bool exists, SizeType y, SizeType z) { return exists ? _bits.row(y, z) : _bits.none(); };
     Bits rows{};
     rows[NearRows::same] = _bits.row(sec, tert);
     rows[NearRows::before] = rowIf(sec > 0, sec - 1, tert);
-    rows[NearRows::below] = rowIf(tert > 0, sec, tert - 1);
-    rows[NearRows::belowBefore] = rowIf(tert > 0 && sec > 0, sec - 1, tert - 1);
-    rows[NearRows::belowBehind] = rowIf(tert > 0 && sec + 1 < _labels.dimSec, sec + 1, tert - 1);
+    rows[NearRows::below] = rowIf(tert > first, sec, tert - 1);
+    rows[NearRows::belowBefore] = rowIf(tert > first && sec > 0, sec - 1, tert - 1);
+    rows[NearRows::belowBehind] = rowIf(tert > first && sec + 1 < _labels.dimSec, sec + 1, tert - 1);
     return rows;
+  }
+
+  /// How far away the rows are. Rows that do not exist have no bits, so their labels are never read.
+  NearRows::Each<int64> rowOffsets() const {
+    const int64 before = -_labels.strideSec, below = -_labels.strideTert;
+    return {0, before, below, below + before, below - before};
   }
 
   SizeType countFresh(const Bits& rows) const {
@@ -84,46 +114,43 @@ private:
   }
 
   template <class Stride>
-  void writeRow(const Bits& rows, SizeType sec, SizeType tert, Stride stride) {
+  void writeRow(LabelForest<L>& forest, const Bits& rows, SizeType sec, SizeType tert, Stride stride) const {
     L* const row = _labels.row(sec, tert);
     for (SizeType prim = 0; prim < _labels.dimPrim; ++prim) {
       row[oneVoxel(prim, stride)] = 0;
     }
-    // Rows that do not exist have no bits, so their labels are never read.
-    const int64 before = -_labels.strideSec, below = -_labels.strideTert;
-    const NearRows::Each<int64> offsets{0, before, below, below + before, below - before};
-    const SizeType index = firstWord(sec, tert);
+    const auto offsets = rowOffsets();
     for (SizeType word = 0; word < _bits.words(); ++word) {
       const uint64 foreground = rows[NearRows::same][word];
       if (foreground != 0) {
-        writeWord(foreground, Links(rows, word), row + oneVoxel(64 * word, stride), offsets, stride);
-        _filled.add(index + word);
+        writeWord(forest, foreground, Links(rows, word), row + oneVoxel(64 * word, stride), offsets, stride);
       }
     }
   }
 
   /// The labels of 64 places, which are 0 before.
   template <class Stride>
-  void writeWord(uint64 foreground, const Links& links, L* row, const NearRows::Each<int64>& offsets, Stride stride) {
+  void writeWord(LabelForest<L>& forest, uint64 foreground, const Links& links, L* row,
+                 const NearRows::Each<int64>& offsets, Stride stride) const {
     const auto at = [row, stride](SizeType place) -> L& { return row[oneVoxel(place, stride)]; };
     const auto near = [&](SizeType i, SizeType place) {
       const Link link = Links::links[i];
       return row[oneVoxel(place, stride) + offsets[link.row] + link.shift * oneVoxel(1, stride)];
     };
-    forEachBit(links.fresh, [&](SizeType place) { at(place) = _table.create(); });
+    forEachBit(links.fresh, [&](SizeType place) { at(place) = forest.create(); });
     forEachBit(links.starts & ~links.fresh, [&](SizeType place) {
       uint64 found = links.found(place);
-      const L label = _table.entries()[near(static_cast<SizeType>(std::countr_zero(found)), place)];
+      const L label = forest.entries()[near(static_cast<SizeType>(std::countr_zero(found)), place)];
       at(place) = label;
       for (found &= found - 1; found != 0; found &= found - 1) {
-        _table.unite(label, near(static_cast<SizeType>(std::countr_zero(found)), place));
+        forest.unite(label, near(static_cast<SizeType>(std::countr_zero(found)), place));
       }
     });
     const uint64 inside = foreground & ~links.starts;
     if (inside != 0) {
       spread(inside, row, stride);
       for (const SizeType i : Links::insideRuns) {
-        forEachBit(links.at[i] & inside, [&](SizeType place) { _table.unite(at(place), near(i, place)); });
+        forEachBit(links.at[i] & inside, [&](SizeType place) { forest.unite(at(place), near(i, place)); });
       }
     }
   }
@@ -143,22 +170,20 @@ private:
   }
 
   template <class Stride>
-  void replaceRow(SizeType sec, SizeType tert, Stride stride) const {
+  void replaceRow(const LabelTable<L>& table, SizeType sec, SizeType tert, Stride stride) const {
     L* const row = _labels.row(sec, tert);
-    const SizeType index = firstWord(sec, tert);
-    for (SizeType first = 0; first < _bits.words(); first += 64) {
-      forEachBit(_filled.piece(index + first, std::min<SizeType>(64, _bits.words() - first)), [&](SizeType i) {
-        const SizeType word = first + i;
-        replaceLabels(_table, row + oneVoxel(64 * word, stride), stride,
+    const uint64* const bits = _bits.row(sec, tert);
+    for (SizeType word = 0; word < _bits.words(); ++word) {
+      if (bits[word] != 0) {
+        replaceLabels(table, row + oneVoxel(64 * word, stride), stride,
                       std::min<SizeType>(64, _labels.dimPrim - 64 * word));
-      });
+      }
     }
   }
 
   const View<L> _labels;
-  LabelTable<L>& _table;
-  BitRows _bits;
-  FilledWords _filled;
+  const BitRows& _bits;
+  const SizeType _firstSlice;
 };
 
 }  // namespace NORV::TaviOperators::Impl

@@ -1,82 +1,160 @@
 #pragma once
 
+#include <Impl/Frame/Unstoppable.hpp>
 #include <Impl/Loops/KeptInput.hpp>
+#include <Impl/Loops/SliceLoop.hpp>
 #include <Impl/Loops/View.hpp>
+#include <Impl/Loops/Workers.hpp>
 #include <Operator.hpp>
 
 #include <Labelling/LabelBlocks.hpp>
 #include <Labelling/ObjectSizes.hpp>
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <limits>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 /// The three passes of a selection of objects.
 namespace NORV::TaviOperators::Impl {
 
-/// Tells the steps of a selection: each slice of each pass is one, and the abort is looked for before it.
-class SelectionSteps {
+/// How a selection runs: each slice of each pass is a step, slabs of slices are worked on in parallel.
+class SelectionRun {
 public:
-  SelectionSteps(OperatorBase& self, SizeType slices) : _self(self) { _self.setTotal(3 * slices); }
-  bool begin() {
-    _self.setDone(_done++);
-    return mayGoOn();
+  SelectionRun(OperatorBase& self, int threads, SizeType parts, SizeType slices)
+      : _self(self),
+        _threads(threads),
+        _parts(parts),
+        _slices(slices) {
+    _self.setTotal(3 * slices);
   }
-  bool mayGoOn() const { return !_self.isAborted(); }
+  SizeType parts() const { return _parts; }
+
+  /// As `forEachSliceInParts`, with as many parts as are given.
+  template <class Body>
+  bool forEachSlice(SizeType parts, const Body& body) {
+    return forEachSliceInParts(_self, _threads, parts, _slices, body);
+  }
+  void endSteps(int steps) {
+    for (; steps > 0; --steps) {
+      _self.advance();
+    }
+  }
   void end() {
     _self.setTotal(1);
     _self.setDone(1);
   }
 
-private:
-  OperatorBase& _self;
-  SizeType _done = 0;
-};
-
-/// The passes that find the largest label and how often each occurs. Labels are mostly no more than voxels; as long as
-/// that holds one way through the volume does both.
-template <class L>
-class ObjectMeasurement {
-public:
-  ObjectMeasurement(SelectionSteps& steps, const View<const L>& labels) : _steps(steps), _labels(labels) {}
-
-  /// An empty table after an abort.
-  [[gnu::noinline]] ObjectSizes run() {
-    constexpr SizeType most = SizeType{1} << 24;
-    ObjectSizes sizes =
-        ObjectSizes::makeTable(std::min({_labels.size() + 1, most, SizeType{std::numeric_limits<L>::max()} + 1}));
-    SizeType largest = 0, tert = 0;
-    for (; tert < _labels.dimTert && largest < sizes.size(); ++tert) {
-      if (!_steps.begin() || !_steps.begin()) {
-        return {};
-      }
-      largest = std::max<SizeType>(largest, count(tert, sizes));
-    }
-    if (largest < sizes.size()) {
-      sizes.shrink(largest + 1);
-      return sizes;
-    }
-    const SizeType begun = tert;
-    for (; tert < _labels.dimTert; ++tert) {
-      if (!_steps.begin()) {
-        return {};
-      }
-      largest = std::max<SizeType>(largest, largestIn(tert));
-    }
-    sizes = {};  // frees it before the next one is asked for
-    const bool isSparse = largest >= std::max(most, _labels.size());
-    sizes = isSparse ? ObjectSizes::makeSparse(largest + 1) : ObjectSizes::makeTable(largest + 1);
-    for (tert = 0; tert < _labels.dimTert; ++tert) {
-      if (!(tert < begun ? _steps.mayGoOn() : _steps.begin())) {
-        return {};
-      }
-      count(tert, sizes);
-    }
-    return sizes;
+  /// Runs `body(begin, end)` for ranges of so many labels, in parallel where these are many.
+  template <class Body>
+  void forEachRange(SizeType labels, const Body& body) {
+    constexpr SizeType range = 65536;
+    Unstoppable unstoppable;
+    Impl::forEachSlice(unstoppable, _threads, (labels + range - 1) / range, Steps::silent,
+                       [&](SizeType i) { body(i * range, std::min(labels, (i + 1) * range)); });
   }
 
 private:
+  OperatorBase& _self;
+  const int _threads;
+  const SizeType _parts, _slices;
+};
+
+/// The passes that find the largest label and how often each occurs. Labels are mostly no more than voxels; as long as
+/// that holds one way through the volume does both. Each part counts in a table of its own. All tables together take no
+/// more memory than the labels, or there is but one.
+template <class L>
+class ObjectMeasurement {
+public:
+  ObjectMeasurement(SelectionRun& run, const View<const L>& labels)
+      : _run(run),
+        _labels(labels),
+        _isCounted(labels.dimTert),
+        _largest(run.parts()) {}
+
+  /// An empty table after an abort.
+  [[gnu::noinline]] ObjectSizes run() {
+    const SizeType most = mostInTables();
+    std::vector<ObjectSizes> sizes(_run.parts());
+    const bool isDone = _run.forEachSlice(sizes.size(), [&](SizeType part, SizeType tert) {
+      ObjectSizes& mine = sizes[part];
+      if (mine.size() == 0) {
+        mine = ObjectSizes::makeTable(most);
+      }
+      if (_largest[part] < most) {
+        _largest[part] = std::max<SizeType>(_largest[part], count(tert, mine));
+        _isCounted[tert] = 1;
+        _run.endSteps(2);
+      }
+    });
+    if (!isDone) {
+      return {};
+    }
+    if (largest() < most) {
+      return sizes.empty() || sizes[0].size() == 0 ? ObjectSizes::makeTable(1) : sum(sizes);
+    }
+    sizes.clear();  // frees them before the next ones are asked for
+    return runWithLargest();
+  }
+
+private:
+  static constexpr SizeType longTable = SizeType{1} << 24;
+
+  /// In how many tables of so many labels the labels are counted.
+  SizeType tablesOf(SizeType labels) const {
+    return std::clamp<SizeType>(_labels.size() * sizeof(L) / sizeof(uint64) / labels, 1, _run.parts());
+  }
+  /// How many labels the tables of all parts may have.
+  SizeType mostInTables() const {
+    const SizeType most = std::min({_labels.size() + 1, longTable, SizeType{std::numeric_limits<L>::max()} + 1});
+    constexpr SizeType shortTable = 4096;
+    const SizeType share = _labels.size() * sizeof(L) / sizeof(uint64) / _run.parts();
+    return _run.parts() == 1 ? most : std::min(most, std::max(share, shortTable));
+  }
+  SizeType largest() const { return *std::max_element(_largest.begin(), _largest.end()); }
+
+  /// The largest label of the slices that are left, then the sizes.
+  ObjectSizes runWithLargest() {
+    bool isDone = _run.forEachSlice(_run.parts(), [&](SizeType part, SizeType tert) {
+      if (_isCounted[tert] == 0) {
+        _largest[part] = std::max<SizeType>(_largest[part], largestIn(tert));
+        _run.endSteps(1);
+      }
+    });
+    if (!isDone) {
+      return {};
+    }
+    const SizeType labels = largest() + 1;
+    const bool isSparse = labels > std::max(longTable, _labels.size());
+    std::vector<ObjectSizes> sizes(isSparse ? 1 : tablesOf(labels));
+    isDone = _run.forEachSlice(sizes.size(), [&](SizeType part, SizeType tert) {
+      ObjectSizes& mine = sizes[part];
+      if (mine.size() == 0) {
+        mine = isSparse ? ObjectSizes::makeSparse(labels) : ObjectSizes::makeTable(labels);
+      }
+      count(tert, mine);
+      _run.endSteps(_isCounted[tert] != 0 ? 0 : 1);
+    });
+    return isDone ? sum(sizes) : ObjectSizes();
+  }
+
+  /// All sizes in the first table, up to the largest label.
+  ObjectSizes sum(std::vector<ObjectSizes>& sizes) {
+    ObjectSizes& all = sizes[0];
+    all.shrink(largest() + 1);
+    if (sizes.size() > 1) {
+      _run.forEachRange(all.size(), [&](SizeType begin, SizeType end) {
+        for (SizeType part = 1; part < sizes.size(); ++part) {
+          all.addRange(sizes[part], begin, end);
+        }
+      });
+    }
+    return std::move(all);
+  }
+
   L largestIn(SizeType tert) const {
     L largest = 0;
     for (SizeType sec = 0; sec < _labels.dimSec; ++sec) {
@@ -92,9 +170,23 @@ private:
     return largest;
   }
 
-  SelectionSteps& _steps;
+  SelectionRun& _run;
   const View<const L> _labels;
+  std::vector<uint8> _isCounted;   // slice by slice
+  std::vector<SizeType> _largest;  // part by part
 };
+
+/// How many labels are removed.
+inline uint64 countRemoved(SelectionRun& run, const ObjectSizes& sizes, SizeRule rule) {
+  if (sizes.isSparse()) {
+    return sizes.countRemoved(rule);
+  }
+  std::atomic<uint64> removed{0};
+  run.forEachRange(sizes.size(), [&](SizeType begin, SizeType end) {
+    removed.fetch_add(sizes.countRemoved(rule, begin, end), std::memory_order_relaxed);
+  });
+  return removed;
+}
 
 /// The pass that copies. Input and labels share no voxel with the output, or each voxel with the one at its position.
 template <class T, class L>
@@ -114,16 +206,13 @@ public:
         _inBlocks(labels.hasDenseRows() && input.hasDenseRows() && output.hasDenseRows()) {}
 
   /// Whether the copy was finished.
-  [[gnu::noinline]] bool run(SelectionSteps& steps) const {
-    for (SizeType tert = 0; tert < _output.dimTert; ++tert) {
-      if (!steps.begin()) {
-        return false;
-      }
+  [[gnu::noinline]] bool run(SelectionRun& run) const {
+    return run.forEachSlice(run.parts(), [&](SizeType, SizeType tert) {
       for (SizeType sec = 0; sec < _output.dimSec; ++sec) {
         copyRow(_labels.row(sec, tert), _input.row(sec, tert), _output.row(sec, tert));
       }
-    }
-    return true;
+      run.endSteps(1);
+    });
   }
 
 private:

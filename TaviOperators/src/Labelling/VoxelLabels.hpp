@@ -38,17 +38,21 @@ private:
       if (_table.room() == 0) {
         throw Exceptions::NumericalOverflow(_overflow);
       }
-      return _table.create();
+      _table.reserve(1);
+      const L label = _table.forest().create();
+      _table.setCount(label);
+      return label;
     }
     if (_found == 1) {
       return _list[0];
     }
-    L smallest = _table.root(_list[0]);
+    LabelForest<L> forest = _table.forest();
+    L smallest = forest.root(_list[0]);
     for (SizeType i = 1; i < _found; ++i) {
-      smallest = std::min(smallest, _table.root(_list[i]));
+      smallest = std::min(smallest, forest.root(_list[i]));
     }
     for (SizeType i = 0; i < _found; ++i) {
-      _table.redirect(_list[i], smallest);
+      forest.redirect(_list[i], smallest);
     }
     return smallest;
   }

@@ -231,12 +231,14 @@ private:
 
   /// What the passes left out: the faces between slabs.
   void joinSlabs() {
-    SlabPasses<T> passes(_relief, _results, 0, _results.dimTert);
-    for (SizeType slab = 1; slab < _slabs; ++slab) {
-      const SizeType first = slabBegin(slab);
-      passes.across(first - 1, first, collectorOf(slab));
-      passes.across(first, first - 1, collectorOf(slab));
-    }
+    forEachSlice(_self, _threads, _slabs, Steps::silent, [this](SizeType slab) {
+      if (slab != 0) {
+        SlabPasses<T> passes(_relief, _results, 0, _results.dimTert);
+        const SizeType first = slabBegin(slab);
+        passes.across(first - 1, first, collectorOf(slab));
+        passes.across(first, first - 1, collectorOf(slab));
+      }
+    });
   }
 
   void raiseDownhill(DownhillQueue<T>& queue) {

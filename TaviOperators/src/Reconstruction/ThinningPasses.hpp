@@ -1,8 +1,10 @@
 #pragma once
 
 #include <Impl/Frame/ThreadCount.hpp>
+#include <Impl/Frame/Unstoppable.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 #include <Operator.hpp>
+#include <Tavi/Allocators.hpp>
 
 #include <Reconstruction/PackedNeighbourhood.hpp>
 #include <Reconstruction/PaddedVolume.hpp>
@@ -12,6 +14,8 @@
 #include <array>
 #include <bit>
 #include <cstddef>
+#include <memory>
+#include <numeric>
 #include <vector>
 
 namespace NORV::TaviOperators::Impl {
@@ -31,9 +35,13 @@ public:
         _bits(object.data()),
         _strideSec(object.strides().sec),
         _strideTert(object.strides().tert),
-        _states(object.size()),
+        _stateBlock(Tavi::Allocator::SingleBlockAllocator::allocate<WordState>({object.size(), 1, 1})),
+        _states(_stateBlock.getData()),
         _candidatesOfSlice(object.extents().tert),
-        _rowFlags(object.size() / static_cast<SizeType>(_strideSec)) {}
+        _changedRowsOfSlice(object.extents().tert),
+        _rowFlags(object.size() / static_cast<SizeType>(_strideSec)) {
+    clearStates();
+  }
 
   /// Ends early after an abort.
   void run() {
@@ -104,28 +112,40 @@ private:
     }
   }
 
+  /// By the threads that will use them, also after an abort.
+  void clearStates() {
+    Unstoppable unstoppable;
+    const auto words = static_cast<SizeType>(_strideTert);
+    forEachSlice(unstoppable, _threads, _object.size() / words, Steps::silent,
+                 [&](SizeType slice) { std::uninitialized_fill_n(_states + slice * words, words, WordState()); });
+  }
+
   void findCandidates(int direction) {
     constexpr SizeType rowsWorthATeam = 256;
     const auto extents = _object.extents();
     const bool isWorthATeam = _pass < directions || _changedRows >= rowsWorthATeam;
     forEachSlice(_self, isWorthATeam ? _threads : 1, extents.tert, Steps::silent, [&](SizeType tert) {
-      SizeType count = 0;
+      SizeType count = 0, changedRows = 0;
       for (SizeType sec = 0; sec < extents.sec; ++sec) {
-        count += findInRow(_object.offset(0, sec, tert), direction);
+        const int64 row = _object.offset(0, sec, tert);
+        count += findInRow(row, direction);
+        changedRows += flagsOfRow(row) != 0 ? 1u : 0u;
       }
       _candidatesOfSlice[tert] = count;
+      _changedRowsOfSlice[tert] = changedRows;
     });
-    _lastCandidates = 0;
-    for (const SizeType count : _candidatesOfSlice) {
-      _lastCandidates += count;
-    }
+    _lastCandidates = std::accumulate(_candidatesOfSlice.begin(), _candidatesOfSlice.end(), SizeType{0});
+    _changedRows = std::accumulate(_changedRowsOfSlice.begin(), _changedRowsOfSlice.end(), SizeType{0});
   }
 
+  /// Clears the oldest set of changes on the way, which takes those of this pass.
   SizeType findInRow(int64 first, int direction) {
     const bool isFirstCycle = _pass < directions;
     if (flagsOfRow(first) == 0 && !isFirstCycle) {
       return 0;
     }
+    const std::size_t set = changesOfPass();
+    const auto others = static_cast<uint8>(~(1 << set));
     SizeType count = 0;
     for (int64 offset = first; offset < first + static_cast<int64>(_object.extents().prim); ++offset) {
       WordState& state = stateOf(offset);
@@ -133,6 +153,8 @@ private:
         continue;
       }
       const uint32 changed = isFirstCycle ? ~uint32{0} : state.changed();
+      state.changes[set] = 0;
+      state.flags &= others;
       const uint32* const word = _bits + offset;
       const uint32 border = changed & *word & ~neighbours(word, direction);
       const uint32 found = border != 0 ? deletableOf(border, word) : 0;
@@ -142,11 +164,14 @@ private:
         count += static_cast<SizeType>(std::popcount(found));
       }
     }
+    flagsOfRow(first) &= others;
     if (count > 0) {
       flagsOfRow(first) |= hasCandidates;
     }
     return count;
   }
+
+  std::size_t changesOfPass() const { return static_cast<std::size_t>(_pass % directions); }
 
   uint32 deletableOf(uint32 border, const uint32* word) const {
     const NeighbourWindow window(word, _strideSec, _strideTert);
@@ -162,8 +187,7 @@ private:
 
   /// One voxel after the other, as each deletion may keep those after it. Returns whether any was deleted.
   bool deleteCandidates() {
-    const auto set = static_cast<std::size_t>(_pass % directions);
-    clearChanges(set);
+    const std::size_t set = changesOfPass();
     const auto extents = _object.extents();
     bool isAnyDeleted = false;
     for (SizeType tert = 0; tert < extents.tert; ++tert) {
@@ -230,23 +254,7 @@ private:
     state.flags |= static_cast<uint8>(1 << set);
   }
 
-  void clearChanges(std::size_t set) {
-    const auto others = static_cast<uint8>(~(1 << set));
-    const auto length = static_cast<SizeType>(_strideSec);
-    _changedRows = 0;
-    for (SizeType row = 0; row < _rowFlags.size(); ++row) {
-      if ((_rowFlags[row] & ~others) != 0) {
-        _rowFlags[row] &= others;
-        for (SizeType word = row * length; word < (row + 1) * length; ++word) {
-          _states[word].changes[set] = 0;
-          _states[word].flags &= others;
-        }
-      }
-      _changedRows += _rowFlags[row] != 0 ? 1u : 0u;
-    }
-  }
-
-  WordState& stateOf(int64 offset) { return _states[static_cast<SizeType>(offset)]; }
+  WordState& stateOf(int64 offset) { return _states[offset]; }
   uint8& flagsOfRow(int64 offset) { return _rowFlags[static_cast<SizeType>(offset / _strideSec)]; }
 
   OperatorBase& _self;
@@ -254,10 +262,11 @@ private:
   const PaddedVolume<uint32>& _object;
   uint32* const _bits;
   const int64 _strideSec, _strideTert;
-  std::vector<WordState> _states;  // of all words, shell included
-  std::vector<SizeType> _candidatesOfSlice;
+  const Tavi::Allocator::Block<WordState> _stateBlock;  // of all words, shell included
+  WordState* const _states;
+  std::vector<SizeType> _candidatesOfSlice, _changedRowsOfSlice;
   std::vector<uint8> _rowFlags;  // those of the words of a row together
-  SizeType _changedRows = 0;     // of the five passes before the last
+  SizeType _changedRows = 0;     // by the five passes before the last, or with candidates
   SizeType _pass = 0;
   SizeType _lastCandidates = 0, _mostCandidates = 0;
   double _progress = 0.0;

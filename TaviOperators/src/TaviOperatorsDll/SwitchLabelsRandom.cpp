@@ -4,14 +4,19 @@
 #include <Impl/Frame/Instances.hpp>
 #include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/View.hpp>
+#include <Impl/Loops/Workers.hpp>
 #include <SwitchLabelsRandom.hpp>
 #include <Tavi/CheckedCast.hpp>
 
+#include <Labelling/ObjectSizes.hpp>
+
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <limits>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace NORV::TaviOperators::SwitchLabelsRandom {
 namespace {
@@ -28,33 +33,28 @@ Array<T> makeLabels(SizeType count) {
   return labels;
 }
 
-/// Swaps each label in turn with one drawn from those between the first and the last.
+/// Swaps each label in turn with one drawn from those between the first and the last. The draws are those of one by
+/// one; some are made at a time, so that the labels they lead to are on their way from memory.
 template <class T>
 void shuffle(const OperatorBase& self, Array<T>& labels, uint32 last) {
   if (last < 2) {
     return;  // no label lies between them
   }
-  for (SizeType i = 1; i <= last && !self.isAborted(); ++i) {
-    uint32 drawn = 0;
-    while (drawn == 0) {
-      drawn = static_cast<uint32>(std::rand()) % last;
+  constexpr SizeType batch = 32;
+  std::array<uint32, batch> drawn{};
+  T* const table = labels.data();
+  for (SizeType first = 1; first <= last && !self.isAborted(); first += batch) {
+    const SizeType count = std::min(batch, last + SizeType{1} - first);
+    for (SizeType i = 0; i < count; ++i) {
+      do {
+        drawn[i] = static_cast<uint32>(std::rand()) % last;
+      } while (drawn[i] == 0);
+      __builtin_prefetch(table + drawn[i], 1);
     }
-    std::swap(labels.data()[i], labels.data()[drawn]);
-  }
-}
-
-template <class T>
-T largestVoxel(const Impl::View<const T>& view) {
-  T largest = 0;
-  for (SizeType tert = 0; tert < view.dimTert; ++tert) {
-    for (SizeType sec = 0; sec < view.dimSec; ++sec) {
-      const T* voxel = view.row(sec, tert);
-      for (SizeType prim = 0; prim < view.dimPrim; ++prim, voxel += view.stridePrim) {
-        largest = std::max(largest, *voxel);
-      }
+    for (SizeType i = 0; i < count; ++i) {
+      std::swap(table[first + i], table[drawn[i]]);
     }
   }
-  return largest;
 }
 
 template <class InputPtr, class OutputPtr>
@@ -78,8 +78,15 @@ public:
     }
     Array<T> labels = makeLabels<T>(count);
     const auto view = Impl::inputViewOf(*input);
+    const int threads = Impl::threadCount(0);
+    constexpr SizeType leastVoxels = 65536;  // for one thread
+    const SizeType parts = Impl::workersFor(threads, view.dimTert, view.size(), leastVoxels);
     if (last < std::numeric_limits<T>::max() && view.size() > 0) {
-      static_cast<void>(labels.at(largestVoxel(view)));
+      const SizeType largest = largestVoxel(threads, parts, view);
+      if (this->isAborted()) {
+        return;
+      }
+      static_cast<void>(labels.at(largest));
     }
     shuffle(*this, labels, last);
     if (this->isAborted()) {
@@ -88,22 +95,31 @@ public:
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
     const auto target = Impl::viewOf(*output);
-    const Impl::KeptInput<T> source(*this, Impl::threadCount(0), Impl::inputViewOf(*input), target,
-                                    Impl::Aliasing::identical);
-    replace(labels.data(), source.view(), target);
+    const Impl::KeptInput<T> source(*this, threads, Impl::inputViewOf(*input), target, Impl::Aliasing::identical);
+    replace(threads, parts, labels.data(), source.view(), target);
     if (!this->isAborted()) {
       parameter->outputVolume = output;
     }
   }
 
 private:
-  void replace(const T* labels, const Impl::View<const T>& input, const Impl::View<T>& output) {
-    this->setTotal(input.dimTert);
-    for (SizeType tert = 0; tert < input.dimTert; ++tert) {
-      this->advance();
-      if (this->isAborted()) {
-        return;
+  T largestVoxel(int threads, SizeType parts, const Impl::View<const T>& view) {
+    std::vector<T> largest(parts);
+    Impl::forEachSliceInParts(*this, threads, parts, view.dimTert, [&](SizeType part, SizeType tert) {
+      T found = largest[part];
+      for (SizeType sec = 0; sec < view.dimSec; ++sec) {
+        found = std::max(found, Impl::largestLabel(view.row(sec, tert), view.stridePrim, view.dimPrim));
       }
+      largest[part] = found;
+    });
+    return *std::max_element(largest.begin(), largest.end());
+  }
+
+  void replace(int threads, SizeType parts, const T* labels, const Impl::View<const T>& input,
+               const Impl::View<T>& output) {
+    this->setTotal(input.dimTert);
+    Impl::forEachSliceInParts(*this, threads, parts, input.dimTert, [&](SizeType, SizeType tert) {
+      this->advance();
       for (SizeType sec = 0; sec < input.dimSec; ++sec) {
         const T* from = input.row(sec, tert);
         T* to = output.row(sec, tert);
@@ -113,7 +129,7 @@ private:
           to += output.stridePrim;
         }
       }
-    }
+    });
   }
 };
 
