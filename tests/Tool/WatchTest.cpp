@@ -111,6 +111,21 @@ TEST_F(ToolWatchFailure, OfOneFileDoesNotEndTheWatch) {
   EXPECT_TRUE(exists("done/good.rek"));
 }
 
+TEST_F(ToolWatchFailure, OfTwoFilesWithOneResultTheSecond) {
+  Running tool(watch({"--count", "2"}));
+  std::this_thread::sleep_for(200ms);
+  writeFile("watched/one.rek", scan);
+  waitFor("job.one.rek.record.json");
+  ASSERT_EQ(runQuietly({"convert", "scan.rek", "watched/one.vti"}).status, 0);
+  const Outcome outcome = tool.finish();
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(
+      outcome.err.find("tavi: watched/one.vti: job.json: step 1 (Inversion): done/one.rek is the result of one.rek; "
+                       "with ${input.file} in its name there would be two\n"),
+      std::string::npos)
+      << outcome.err;
+}
+
 TEST_F(ToolWatchFailure, RefusesJobsThatWouldLoseResults) {
   const auto complaint = [](const std::vector<std::string>& arguments, int status) {
     const Outcome outcome = runQuietly(arguments);
