@@ -138,6 +138,9 @@ void watch(Session& session, const PipelineOptions& options, Parameters paramete
   };
   requireWatchable(jobFor("one.rek"), options, jobFor("other.rek"));
   Watch folder(options.folder, options.existing, options.interval);
+  if (!session.quiet) {
+    std::fprintf(stderr, "tavi: watching %s\n", options.folder.c_str());
+  }
   ResultOwners owners;
   int done = 0, failed = 0;
   while (options.count == 0 || done + failed < options.count) {
