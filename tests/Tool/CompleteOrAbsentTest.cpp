@@ -87,7 +87,7 @@ TEST(ToolCompleteOrAbsentFailure, AnInterruptAtAnyMoment) {
     std::this_thread::sleep_for(whole * i / moments);
     tool.signal(SIGINT);
     const Outcome outcome = tool.finish();
-    // Before the tool listens the signal ends it; behind its last step there is nothing to interrupt.
+    // Before the handler is installed the signal kills the process; after the last step the job is done.
     EXPECT_TRUE(outcome.status == 130 || outcome.status == 0 || outcome.status == 1000 + SIGINT) << outcome.status;
     for (std::size_t k = 0; k < targets.size(); ++k) {
       const std::string content = readFile(targets[k]);

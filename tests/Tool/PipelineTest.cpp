@@ -43,7 +43,8 @@ class ToolPipeline : public testing::Test {
 protected:
   void SetUp() override {
     writeRek<uint8>("in.rek", 4, 3, 2, ramp());
-    for (const char* name : {"out.rek", "out.vti", "out.partial.rek", "job.record.json"}) {
+    for (const char* name :
+         {"out.rek", "out.vti", "out.partial.rek", "job.record.json", "zero.raw", "tiny.rek", "never.rek"}) {
       ::unlink(name);
     }
   }
@@ -183,7 +184,7 @@ TEST_F(ToolPipeline, DropsVolumesAfterTheirLastUse) {
   EXPECT_EQ(workspace.volumeOfFile("in.rek").get(), volume.get());
   workspace.put("$a", Tavi::SmartPointer<Tavi::Persistence::IComposite>(volume));
   workspace.put("$b", Tavi::SmartPointer<Tavi::Persistence::IComposite>(volume));
-  EXPECT_FALSE(workspace.holds("$b"));  // nobody will use it
+  EXPECT_FALSE(workspace.holds("$b"));  // no use was announced
   workspace.release("$a");
   EXPECT_TRUE(workspace.holds("$a"));
   workspace.release("$a");
@@ -222,6 +223,15 @@ TEST_F(ToolPipeline, WritesARecordOfWhatRan) {
             Json::parse(R"({"from": "$clamped", "voxelType": "uint8", "dimension": [4, 3, 2]})"));
   EXPECT_EQ(record["steps"][1]["outputs"]["outputVolume"]["to"], Json::parse(R"(["$inverted", "out.rek", "out.vti"])"));
   EXPECT_GE(record["steps"][1]["seconds"], 0.0);
+  EXPECT_FALSE(exists("job.record.json"));
+}
+
+TEST_F(ToolPipeline, TellsMachinesTheRecord) {
+  const Outcome outcome = runJob(twoSteps, {"--json", "--no-record"});
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  const Json told = Json::parse(outcome.out);
+  EXPECT_EQ(told["steps"].size(), 2U);
+  EXPECT_EQ(told["outputs"], Json::parse(R"([{"file": "out.rek"}, {"file": "out.vti"}])"));
   EXPECT_FALSE(exists("job.record.json"));
 }
 
@@ -343,6 +353,27 @@ TEST_F(ToolPipelineFailure, TellsWhereTheFormIsWrong) {
             "tavi: which job? tavi pipeline <job.json>; --schema prints how one is written\n");
   EXPECT_EQ(complaint(twoSteps, {"--record", "in.rek"}),
             "tavi: in.rek: the record would replace a file that is used; name another with --record\n");
+}
+
+TEST_F(ToolPipeline, AnInterruptIsStatus130AndStandsInTheRecord) {
+  writeFile("large.raw", "");
+  std::filesystem::resize_file("large.raw", std::uintmax_t{1} << 28);  // sparse: long to read
+  writeFile("job.json", R"({"steps": [
+      {"operator": "Inversion", "inputVolume": "in.rek", "outputVolume": "out.rek"},
+      {"operator": "Inversion", "inputVolume": "large.raw:1024x512x512:uint8", "outputVolume": "never.rek"}]})");
+  Running tool({"pipeline", "job.json", "--progress"});
+  ASSERT_TRUE(tool.waitForError("tavi: step 2 of 2: load large.raw\n"));
+  tool.signal(SIGINT);
+  const Outcome outcome = tool.finish();
+  ::unlink("large.raw");
+  EXPECT_EQ(outcome.status, 130);
+  EXPECT_NE(outcome.err.find("tavi: interrupted ("), std::string::npos) << outcome.err;
+  EXPECT_TRUE(outcome.err.ends_with("): out.rek is complete\n")) << outcome.err;
+  EXPECT_FALSE(exists("never.rek"));
+  EXPECT_FALSE(exists("never.partial.rek"));
+  const Json record = Json::parse(readFile("job.record.json"));
+  EXPECT_EQ(record["status"], "interrupted");
+  EXPECT_EQ(record["steps"].size(), 1U);
 }
 
 TEST_F(ToolPipelineFailure, OfAStepIsNamedAndRecorded) {

@@ -34,7 +34,7 @@ protected:
   }
 
   static void waitFor(const std::string& file) {
-    for (int i = 0; i < 500 && !exists(file); ++i) {
+    for (int i = 0; i < 3000 && !exists(file); ++i) {
       std::this_thread::sleep_for(20ms);
     }
     EXPECT_TRUE(exists(file)) << file;
@@ -47,7 +47,7 @@ using ToolWatchFailure = ToolWatch;
 TEST_F(ToolWatch, RunsTheJobOnEachFileThatArrives) {
   writeFile("watched/old.rek", scan);
   Running tool(watch({"--count", "2"}));
-  std::this_thread::sleep_for(300ms);  // the tool has looked at what is there
+  ASSERT_TRUE(tool.waitForError("tavi: watching watched\n"));
   writeFile("watched/one.rek", scan);
   waitFor("done/one.rek");
   writeFile("watched/notes.txt", "no volume");
@@ -56,7 +56,7 @@ TEST_F(ToolWatch, RunsTheJobOnEachFileThatArrives) {
   ::rename("watched/two.partial.rek", "watched/two.rek");
   const Outcome outcome = tool.finish();
   EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_EQ(outcome.err, "tavi: watched/one.rek\ntavi: watched/two.rek\n");
+  EXPECT_EQ(outcome.err, "tavi: watching watched\ntavi: watched/one.rek\ntavi: watched/two.rek\n");
   EXPECT_EQ(readRek<uint8>("done/two.rek"), (std::vector<uint8>{254, 253}));
   EXPECT_FALSE(exists("done/old.rek"));
   EXPECT_TRUE(exists("job.one.rek.record.json"));
@@ -72,7 +72,7 @@ TEST_F(ToolWatch, BeginsWithTheFilesThatAreThereWhereAsked) {
 
 TEST_F(ToolWatch, LeavesAFileAloneThatIsStillWritten) {
   Running tool(watch({"--count", "1"}));
-  std::this_thread::sleep_for(200ms);
+  ASSERT_TRUE(tool.waitForError("tavi: watching watched\n"));
   // The writer pauses for longer than the interval, with the file open.
   std::FILE* half = std::fopen("watched/slow.rek", "wb");
   ASSERT_NE(half, nullptr);
@@ -88,10 +88,10 @@ TEST_F(ToolWatch, LeavesAFileAloneThatIsStillWritten) {
 
 TEST_F(ToolWatch, EndsAtAnInterrupt) {
   Running tool(watch({}));
-  std::this_thread::sleep_for(200ms);
+  ASSERT_TRUE(tool.waitForError("tavi: watching watched\n"));
   writeFile("watched/one.rek", scan);
   waitFor("job.one.rek.record.json");
-  std::this_thread::sleep_for(100ms);
+  std::this_thread::sleep_for(500ms);
   tool.signal(SIGINT);
   const Outcome outcome = tool.finish();
   EXPECT_EQ(outcome.status, 130);
@@ -101,7 +101,7 @@ TEST_F(ToolWatch, EndsAtAnInterrupt) {
 
 TEST_F(ToolWatchFailure, OfOneFileDoesNotEndTheWatch) {
   Running tool(watch({"--count", "2"}));
-  std::this_thread::sleep_for(200ms);
+  ASSERT_TRUE(tool.waitForError("tavi: watching watched\n"));
   writeFile("watched/bad.rek", "no volume");
   ASSERT_TRUE(tool.waitForError("bad.rek: job.json: step 1 (Inversion): "));
   writeFile("watched/good.rek", scan);
@@ -109,6 +109,21 @@ TEST_F(ToolWatchFailure, OfOneFileDoesNotEndTheWatch) {
   EXPECT_EQ(outcome.status, 1);
   EXPECT_TRUE(outcome.err.ends_with("tavi: 1 of 2 files failed\n")) << outcome.err;
   EXPECT_TRUE(exists("done/good.rek"));
+}
+
+TEST_F(ToolWatchFailure, OfTwoFilesWithOneResultTheSecond) {
+  Running tool(watch({"--count", "2"}));
+  ASSERT_TRUE(tool.waitForError("tavi: watching watched\n"));
+  writeFile("watched/one.rek", scan);
+  waitFor("job.one.rek.record.json");
+  ASSERT_EQ(runQuietly({"convert", "scan.rek", "watched/one.vti"}).status, 0);
+  const Outcome outcome = tool.finish();
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_NE(
+      outcome.err.find("tavi: watched/one.vti: job.json: step 1 (Inversion): done/one.rek is the result of one.rek; "
+                       "with ${input.file} in its name there would be two\n"),
+      std::string::npos)
+      << outcome.err;
 }
 
 TEST_F(ToolWatchFailure, RefusesJobsThatWouldLoseResults) {

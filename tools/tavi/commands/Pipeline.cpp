@@ -10,6 +10,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <map>
 
 namespace NORV::TaviTool {
 namespace {
@@ -58,9 +59,31 @@ std::string recordFileOf(const PipelineOptions& options, const std::string& stem
   return own.substr(0, own.size() - end.size()) + "." + stem + end;
 }
 
-void runOnce(Session& session, const PipelineOptions& options, const Parameters& parameters, const std::string& stem) {
+/// Files that arrived must not replace results of one another, as those of the same name but another kind could.
+class ResultOwners {
+public:
+  /// Throws UsageError where a result of the job is one of another input.
+  void claim(const Job& job, const std::string& input) {
+    for (std::size_t i = 0; i < job.steps.size(); ++i) {
+      for (const Step::FileUse& use : job.steps[i].step.filesWritten()) {
+        const auto [owner, isNew] = _inputs.emplace(finalTarget(use.name), input);
+        if (!isNew && owner->second != input) {
+          throw UsageError(placeOf(job, i) + use.name + " is the result of " + owner->second +
+                           "; with ${input.file} in its name there would be two");
+        }
+      }
+    }
+  }
+
+private:
+  std::map<std::string, std::string> _inputs;  ///< by results
+};
+
+void runOnce(Session& session, const PipelineOptions& options, const Parameters& parameters, const std::string& stem,
+             ResultOwners& owners) {
   Job job = readJob(options.job, parameters);
   checkJob(session, job);
+  owners.claim(job, stem);
   const std::string recordFile = recordFileOf(options, stem);
   if (options.onlyCheck) {
     if (!session.json) {
@@ -70,12 +93,12 @@ void runOnce(Session& session, const PipelineOptions& options, const Parameters&
     }
     return;
   }
-  Record record(session, {{"job", options.job}, {"parameters", job.parameters}}, recordFile);
+  Record record(session, {{"job", options.job}, {"parameters", job.parameters}}, recordFile, session.json);
   record.addInput(job.file);
   for (const JobStep& step : job.steps) {
     record.addFilesOf(step.step);
   }
-  session.brief = !session.progress;  // the table tells of the steps
+  session.brief = !session.progress;  // the table has a line for each step
   StepTable table(job.steps.size());
   std::vector<StepObserver*> observers{&record};
   if (!session.json) {
@@ -115,6 +138,10 @@ void watch(Session& session, const PipelineOptions& options, Parameters paramete
   };
   requireWatchable(jobFor("one.rek"), options, jobFor("other.rek"));
   Watch folder(options.folder, options.existing, options.interval);
+  if (!session.quiet) {
+    std::fprintf(stderr, "tavi: watching %s\n", options.folder.c_str());
+  }
+  ResultOwners owners;
   int done = 0, failed = 0;
   while (options.count == 0 || done + failed < options.count) {
     std::string file;
@@ -136,7 +163,7 @@ void watch(Session& session, const PipelineOptions& options, Parameters paramete
                    hint.empty() ? "" : (" (" + hint + ")").c_str());
     };
     try {
-      runOnce(own, options, parameters, fs::path(file).filename().string());
+      runOnce(own, options, parameters, fs::path(file).filename().string(), owners);
       ++done;
     } catch (const UsageError& e) {
       tell(e.what(), {});
@@ -166,7 +193,8 @@ void pipelineCommand(Session& session, const PipelineOptions& options) {
   }
   const Parameters parameters = parseParameters(options.assignments);
   if (options.folder.empty()) {
-    runOnce(session, options, parameters, {});
+    ResultOwners owners;
+    runOnce(session, options, parameters, {}, owners);
   } else {
     watch(session, options, parameters);
   }

@@ -23,9 +23,9 @@ std::string matrixFileOf(const std::string& text);
 ///     translate:AxBxC         in voxels
 ///     about:center            or about:AxBxC; the operation before it leaves this position where it is
 ///
-/// "center" is the middle of the input, whose extents the caller gives where he knows them. Sixteen numbers are rows,
-/// top to bottom, with commas between; in a text file spaces and line ends separate as well. Throws UsageError, which
-/// names the key, for any other text, and Failure for a text file that cannot be read.
+/// "center" is the middle of a volume of the given extents. Sixteen numbers are rows, top to bottom, with commas
+/// between; in a text file spaces and line ends separate as well. Throws UsageError, which names the key, for any other
+/// text, and Failure for a text file that cannot be read.
 SmartPointer<IVolume> parseMatrix(const std::string& key, const std::string& text,
                                   const std::optional<Dimension<SizeType>>& extents);
 

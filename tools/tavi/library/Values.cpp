@@ -184,8 +184,9 @@ const char* syntaxOf(Takes takes) {
     case Takes::volume:
     case Takes::mask:
     case Takes::labelVolume:
-    case Takes::matrix:
       return "<file>";
+    case Takes::matrix:
+      return "<transform>";
     case Takes::volumeList:
       return "<file>,<file>,...";
     case Takes::like:
@@ -207,7 +208,7 @@ const char* syntaxOf(Takes takes) {
     case Takes::object:
       break;
   }
-  return "(not on the command line)";
+  return "<object>";
 }
 
 std::string dataTypeOf(const SmartPointer<IComposite>& value) {

@@ -86,7 +86,7 @@ bool isVoxelType(const std::string& word) {
   return std::find(allVoxelTypes().begin(), allVoxelTypes().end(), word) != allVoxelTypes().end();
 }
 
-/// The file as it can be read: raw ones need what others know of themselves.
+/// The file of a volume to read: a raw file needs extents and voxel type, all others contain them.
 VolumeFile parseReadable(const std::string& text) {
   const VolumeFile file = parseVolumeFile({}, text);
   const FileFormat& format = formatOf(file.name);

@@ -16,9 +16,9 @@ struct FileFormat {
   const char* writer;
 };
 
-/// "volume.rek", "volume.raw:256x256x128:uint16:big": a file, and what its name cannot tell. A raw file needs extents
-/// and voxel type to be read; the order of its bytes is little if the text does not say "big". For a file to write,
-/// they are those that the volume is to have.
+/// "volume.rek", "volume.raw:256x256x128:uint16:big": a file name with voxel type, extents and byte order. A raw
+/// file needs extents and voxel type to be read; its bytes are little-endian unless "big" is given. For a file to
+/// write, they are the voxel type and extents of the volume to make.
 struct VolumeFile {
   std::string name;
   std::string voxelType;
@@ -51,7 +51,7 @@ void requireVoxelType(const std::string& file, const std::string& voxelType);
 /// `text` is as for parseVolumeFile.
 SmartPointer<IVolume> loadVolume(Session& session, const std::string& text);
 
-/// What the head of a file says of its volume. The extents are absent where only the whole file tells them.
+/// Voxel type and extents from the head of a file. The extents are absent for formats whose head has none.
 struct VolumeHead {
   std::string voxelType;
   std::optional<Dimension<SizeType>> dimension;

@@ -6,7 +6,7 @@
 namespace NORV::TaviTool {
 namespace {
 
-/// Progress is that of the job as long as it lives.
+/// While it exists, the session shows the progress of the whole job.
 class ShowsJob {
 public:
   ShowsJob(Session& session, std::size_t steps) : _session(session) {

@@ -45,11 +45,16 @@ void addOnce(std::vector<std::string>& files, const std::string& file) {
 
 }  // namespace
 
-Record::Record(Session& session, Json about, const std::string& file) : _session(session), _file(file) {
-  if (_file.empty()) {
+Record::Record(Session& session, const Json& about, const std::string& file, bool isShown)
+    : _session(session),
+      _file(file),
+      _isGathered(isShown || !file.empty()) {
+  if (!_isGathered) {
     return;
   }
-  requireCreatable(_file);
+  if (!_file.empty()) {
+    requireCreatable(_file);
+  }
   std::error_code error;
   _json = {{"program", "tavi"},
            {"version", TAVI_VERSION},
@@ -86,7 +91,7 @@ void Record::addFilesOf(const Step& step) {
 }
 
 void Record::stepDone(const StepReport& report) {
-  if (_file.empty()) {
+  if (!_isGathered) {
     return;
   }
   Json outputs = Json::object();
@@ -104,14 +109,18 @@ void Record::stepDone(const StepReport& report) {
                             {"results", report.results}});
 }
 
+Json Record::filesJson(const std::vector<std::string>& files) {
+  Json all = Json::array();
+  for (const std::string& file : files) {
+    all.push_back(_file.empty() ? Json{{"file", file}} : fileJson(_session, file));
+  }
+  return all;
+}
+
 void Record::begin() {
   _start = std::chrono::steady_clock::now();
   _json["started"] = timeStamp();
-  Json inputs = Json::array();
-  for (const std::string& file : _read) {
-    inputs.push_back(fileJson(_session, file));
-  }
-  _json["inputs"] = inputs;
+  _json["inputs"] = filesJson(_read);
   _json["steps"] = Json::array();
 }
 
@@ -120,18 +129,17 @@ void Record::end(const char* status, const std::string& text) {
   _json["seconds"] = std::chrono::duration<double>(std::chrono::steady_clock::now() - _start).count();
   _json["ended"] = timeStamp();
   _json["status"] = status;
-  Json outputs = Json::array();
-  for (const std::string& file : isDone ? _written : std::vector<std::string>()) {
-    outputs.push_back(fileJson(_session, file));
-  }
-  _json["outputs"] = outputs;
+  _json["outputs"] = filesJson(isDone ? _written : std::vector<std::string>());
   if (!isDone) {
     _json["error"] = text;
+  }
+  if (_file.empty()) {
+    return;
   }
   writeText(_session, _json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n", _file);
 }
 
-/// The failure of the run is what the user has to hear of.
+/// A second failure must not replace that of the run.
 void Record::endAfterFailure(const char* status, const std::string& text) noexcept {
   try {
     end(status, text);
@@ -140,7 +148,7 @@ void Record::endAfterFailure(const char* status, const std::string& text) noexce
 }
 
 void Record::during(const std::function<void()>& body) {
-  if (_file.empty()) {
+  if (!_isGathered) {
     body();
     return;
   }

@@ -14,9 +14,9 @@ namespace NORV::TaviTool {
 /// checksums, and each step with its parameters, results and time; also of a run that failed or was interrupted.
 class Record final : public StepObserver {
 public:
-  /// `about` is merged in. Nothing is gathered or written where the name of the file is empty; a file that cannot be
-  /// created is a Failure.
-  Record(Session& session, Json about, const std::string& file);
+  /// `about` is merged in. Without a file nothing is written and no checksum is taken, and nothing is gathered unless
+  /// it `isShown`. A file that cannot be created is a Failure.
+  Record(Session& session, const Json& about, const std::string& file, bool isShown = false);
 
   /// Notes the files that a step reads and writes. Checksums of those that exist to be read are taken when the run
   /// begins, as it may replace them, the others when it ends.
@@ -27,19 +27,21 @@ public:
 
   void stepDone(const StepReport& report) override;
 
-  /// Runs the body and writes the record after it, whatever comes.
+  /// Runs the body, then writes the record, also after a failure or an interrupt.
   void during(const std::function<void()>& body);
 
   const Json& json() const { return _json; }
 
 private:
   void requireOther(const std::string& file) const;
+  Json filesJson(const std::vector<std::string>& files);
   void begin();
   void end(const char* status, const std::string& text);
   void endAfterFailure(const char* status, const std::string& text) noexcept;
 
   Session& _session;
   std::string _file;
+  bool _isGathered;
   Json _json;
   std::vector<std::string> _read, _written;
   std::chrono::steady_clock::time_point _start;

@@ -19,7 +19,7 @@ struct Item {
 };
 using Items = std::vector<Item>;
 
-/// Where the text of an input comes from.
+/// What an item of an input is.
 enum class Source { name, mask, matrix, file, value };
 
 /// One run of an operator: its parameter object, filled from texts and from what earlier steps made.

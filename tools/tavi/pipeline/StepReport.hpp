@@ -25,8 +25,8 @@ struct StepReport {
   static StepReport of(const Step& step, const std::string& title, double seconds);
 };
 
-/// Hears of each step that is done, in order, before volumes that nobody uses any more are dropped. It may keep what it
-/// needs of them.
+/// Called after each step, in order, before volumes without a further use are released. Volumes in the report may be
+/// kept.
 class StepObserver {
 public:
   virtual ~StepObserver() = default;

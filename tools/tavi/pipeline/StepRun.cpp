@@ -158,7 +158,8 @@ bool Step::preparesOutput(const KeyDescription& key) const {
   return !wish.voxelType.empty() || wish.dimension || key.info.required || leavesVoxels();
 }
 
-/// A volume to write into, where the operator or the user wants one; otherwise the operator makes its own.
+/// Gives the operator a volume to write into where its key is required or the type or extents are given; otherwise the
+/// operator allocates the output.
 void Step::prepareOutput(Workspace& workspace, const KeyDescription& key) {
   if (!preparesOutput(key)) {
     return;

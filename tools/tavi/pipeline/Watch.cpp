@@ -23,8 +23,8 @@ bool isCandidate(const std::string& name) {
   return !name.starts_with('.') && !volumeExtensionOf(name).empty() && name.find(".partial") == std::string::npos;
 }
 
-/// Whether a process has the file open for writing, as far as the system tells: a read lease is refused then. File
-/// systems without leases tell nothing.
+/// Whether a process has the file open for writing: the kernel refuses a read lease then. False on file systems without
+/// leases.
 bool isOpenForWriting(const std::string& file) {
   const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (descriptor < 0) {
@@ -41,7 +41,7 @@ bool isOpenForWriting(const std::string& file) {
 }  // namespace
 
 Watch::Watch(std::string folder, bool existing, double interval) : _folder(std::move(folder)), _interval(interval) {
-  // A writer that comes while the lease is asked for sends this signal, which would end the process.
+  // The kernel sends this signal when a writer opens the file during the lease; its default ends the process.
   std::signal(SIGIO, SIG_IGN);
   for (const auto& [name, signature] : look()) {
     _seen[name] = {signature, !existing};

@@ -17,7 +17,7 @@ public:
   /// Announces one more use of a name or a file.
   void announce(const std::string& source) { ++_entries[source].uses; }
 
-  /// Puts a value under a name. What nobody will use is not kept.
+  /// Stores a value under a name; dropped at once where no use was announced.
   void put(const std::string& name, const SmartPointer<IComposite>& value);
   /// The value under a name; empty if there is none.
   SmartPointer<IComposite> value(const std::string& name) const;

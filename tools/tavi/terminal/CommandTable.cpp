@@ -1,6 +1,15 @@
 #include <CommandTable.hpp>
 
 namespace NORV::TaviTool {
+namespace {
+
+/// "INT:POSITIVE" as "number".
+std::string valueName(const std::string& typeName) {
+  const std::string name = typeName.substr(0, typeName.find(':'));
+  return name == "TEXT" ? "text" : name == "INT" || name == "UINT" || name == "FLOAT" ? "number" : name;
+}
+
+}  // namespace
 
 CommandEntry entryOf(const CLI::App& app) {
   CommandEntry entry{app.get_name(), app.get_description(), app.get_footer(), {}};
@@ -18,7 +27,7 @@ CommandEntry entryOf(const CLI::App& app) {
     }
     const bool isFlag = option->get_type_size_max() == 0;
     each.description = option->get_description();
-    each.value = isFlag ? std::string() : option->get_type_name();
+    each.value = isFlag ? std::string() : valueName(option->get_type_name());
     each.standard = option->get_default_str();
     each.isRequired = option->get_required();
     each.isRepeated = option->get_expected_max() > 1;

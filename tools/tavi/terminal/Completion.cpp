@@ -6,7 +6,7 @@
 namespace NORV::TaviTool {
 namespace {
 
-/// The kinds of values that completion tells apart, as letters behind the '=' of a key.
+/// The kind of the values of a key, as the letter behind its '=' in the tables.
 char kindOf(const KeyDescription& key) {
   switch (key.info.takes) {
     case Takes::flag:

@@ -33,7 +33,7 @@ std::string escaped(const std::string& text, bool isLineStart = true) {
 /// Words of a macro line: a short word could be a macro itself.
 std::string asArgument(const std::string& text) { return "\"\\&" + escaped(text, false) + "\""; }
 
-/// A paragraph whose sentences begin on lines of their own, as mdoc wants them.
+/// A paragraph with each sentence on its own line, as mdoc requires.
 std::string paragraph(const std::string& text) {
   std::istringstream words(text);
   std::string result, word;
@@ -117,7 +117,7 @@ std::string mainPage(const CLI::App& app, const std::string& date) {
                      ".Sh SYNOPSIS\n.Nm\n.Op Ar options\n.Ar command\n.Op Ar arguments ...\n.Sh DESCRIPTION\n" +
                      paragraph(withoutStop(app.get_description()) + ".") + optionList(entryOf(app)) +
                      ".Ss Commands\n.Bl -tag -width indent\n";
-  std::set<std::string> names;  // mdoc wants references in alphabetical order
+  std::set<std::string> names;  // in alphabetical order, as mdoc requires
   for (const CommandEntry& command : commandsOf(app)) {
     text += ".It Cm " + command.name + "\n" + paragraph(withoutStop(command.description) + ".");
     names.insert(".Xr tavi-" + command.name + " 1");
