@@ -84,7 +84,7 @@ def cost_text(operator, costs):
         growth = (f"\nWith one thread, {large['voxels'] / small['voxels']:.3g} times the voxels take {factor:.3g} times as "
                   "long.")
     return ("\n".join(rows) + f"\n\nThe sample above on {costs['machine']}, best of five runs, by `{costs['command']}`; a "
-            "fresh output is part of the time. The larger volume is the sample's with every voxel repeated." + growth + "\n")
+            "fresh output, where one is made, is part of the time. The larger volume is the sample's with every voxel repeated." + growth + "\n")
 
 
 class Pages:
@@ -109,8 +109,7 @@ class Pages:
             window = entry["window"]
         project = bool(entry.get("project")) and which == "after"
         pictures.draw(pictures.read_rek(self.find(file)), self.target / name, window, which in entry.get("labels", []), project)
-        caption = {"before": "Before", "after": "After"}[which]
-        return f"```{{figure}} {name}\n:alt: {file}, a slice\n\n{caption}: `{file}`\n```\n"
+        return f"```{{figure}} {name}\n:alt: {file}, a slice\n\nCAPTION`{file}`\n```\n"
 
     def pictures_of(self, operator):
         sample = self.samples[operator]
@@ -119,6 +118,8 @@ class Pages:
         after = entry.get("after") or sample.output
         shown = [self.picture(operator, which, file, entry) for which, file in (("before", before), ("after", after))
                  if file and file.endswith(".rek")]
+        for place, caption in enumerate(("Before: ", "After: ") if len(shown) == 2 else ("",) * len(shown)):
+            shown[place] = shown[place].replace("CAPTION", caption)
         about = f"\n{entry['about']}\n" if "about" in entry else ""
         return container("before-after", "\n".join(shown)) + about if shown else about
 
