@@ -17,7 +17,7 @@ nitpicky = False
 
 breathe_projects = {"tavi": str(Path(os.environ["TAVI_DOCS_WORK"]) / "doxygen" / "xml")}
 breathe_default_project = "tavi"
-breathe_default_members = ("members",)
+breathe_default_members = ("members", "undoc-members")
 
 html_theme = "furo"
 html_title = f"TaviOperators {version}"

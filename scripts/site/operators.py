@@ -21,8 +21,9 @@ def fence(language, text):
     return f"```{language}\n{text.rstrip()}\n```\n"
 
 
-def container(name, content):
-    return f":::{{container}} {name}\n{content.rstrip()}\n:::\n"
+def container(name, content, colons=3):
+    """A block of its own class; one that holds others needs more colons than these."""
+    return f"{':' * colons}{{container}} {name}\n{content.rstrip()}\n{':' * colons}\n"
 
 
 def default_of(key):
@@ -84,7 +85,7 @@ def cost_text(operator, costs):
         growth = (f"\nWith one thread, {large['voxels'] / small['voxels']:.3g} times the voxels take {factor:.3g} times as "
                   "long.")
     return ("\n".join(rows) + f"\n\nThe sample above on {costs['machine']}, best of five runs, by `{costs['command']}`; a "
-            "fresh output is part of the time. The larger volume is the sample's with every voxel repeated." + growth + "\n")
+            "fresh output, where one is made, is part of the time. The larger volume is the sample's with every voxel repeated." + growth + "\n")
 
 
 class Pages:
@@ -102,32 +103,31 @@ class Pages:
                 return folder / file
         raise SystemExit(f"{file}: no sample has made it")
 
-    def picture(self, operator, which, file, entry):
+    def picture(self, operator, which, file, caption):
+        """The slice of a volume, as a figure; `which` is "before" or "after"."""
+        entry = self.samples[operator].entry
         name = f"pictures/{operator}-{which}.png"
         window = entry.get(f"window_{which}", entry.get("window"))
-        if which == "after" and "window" in entry and "window_after" not in entry:
-            window = entry["window"]
         project = bool(entry.get("project")) and which == "after"
-        pictures.draw(pictures.read_rek(self.find(file)), self.target / name, window, which in entry.get("labels", []), project)
-        caption = {"before": "Before", "after": "After"}[which]
-        return f"```{{figure}} {name}\n:alt: {file}, a slice\n\n{caption}: `{file}`\n```\n"
+        labels = which in entry.get("labels", [])
+        pictures.draw(pictures.read_rek(self.find(file)), self.target / name, window, labels, project)
+        return f"```{{figure}} {name}\n:alt: {file}, a slice\n\n{caption}`{file}`\n```\n"
 
     def pictures_of(self, operator):
         sample = self.samples[operator]
         entry = sample.entry
-        before = entry.get("before") or (sample.volumes[0] if sample.volumes else None)
-        after = entry.get("after") or sample.output
-        shown = [self.picture(operator, which, file, entry) for which, file in (("before", before), ("after", after))
-                 if file and file.endswith(".rek")]
+        files = {"before": entry.get("before") or (sample.volumes[0] if sample.volumes else None),
+                 "after": entry.get("after") or sample.output}
+        files = {which: file for which, file in files.items() if file and file.endswith(".rek")}
+        shown = [self.picture(operator, which, file, f"{which.capitalize()}: " if len(files) == 2 else "")
+                 for which, file in files.items()]
         about = f"\n{entry['about']}\n" if "about" in entry else ""
-        return container("before-after", "\n".join(shown)) + about if shown else about
+        return (container("before-after", "\n".join(shown)) if shown else "") + about
 
     def sample_of(self, operator):
         sample = self.samples[operator]
-        text = container("forms", "\n".join(
-            container("form", f"**{title}**\n\n" + fence(language, form(sample))).replace(":::", "::::")
-            for title, language, form in FORMS)).replace(":::{container} forms", ":::::{container} forms")
-        text = text.rstrip().removesuffix(":::") + ":::::\n"
+        forms = [container("form", f"**{title}**\n\n" + fence(language, form(sample))) for title, language, form in FORMS]
+        text = container("forms", "\n".join(forms), 4)
         printed = self.printed.get(operator, "").strip()
         if printed:
             text += "\nThe command prints\n\n" + fence("text", printed)
