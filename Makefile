@@ -73,7 +73,7 @@ packages: dependencies
 	scripts/packages
 
 baseline: dependencies-tests
-	cmake --preset package
+	cmake --preset package -D TAVI_NATIVE_LIBRARY=$(abspath $(wildcard build/release/lib/libTaviOperators.so.1))
 	cmake --build --preset package
 	ctest --preset package
 
@@ -86,7 +86,7 @@ abi: dependencies
 check:
 	scripts/check $(PARTS)
 
-tidy: release
+tidy: dependencies
 	scripts/install-dependencies --tidy
 	scripts/tidy
 

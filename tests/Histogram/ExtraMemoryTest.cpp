@@ -119,7 +119,7 @@ TEST_F(ExtraMemory, OfHistogramEqualization) {
 // 2^32 bins, of which a table would take 16 GiB. How many voxels the last thread counts depends on the scheduler: a
 // single thread counts all of them, which needs the most memory.
 TEST_F(ExtraMemory, OfHistogramEqualizationOverAWideRange) {
-  constexpr std::ptrdiff_t voxels = 128 * 128 * 96;
+  constexpr std::ptrdiff_t voxels = std::ptrdiff_t{128} * 128 * 96;
   const auto scan = someVolume<uint32>();
   std::vector<uint32> ascending(voxels);
   std::iota(ascending.begin(), ascending.end(), uint32{7});

@@ -82,9 +82,9 @@ private:
     for (SizeType row = 0; row < rows.size(); ++row) {
       rows[row] = reinterpret_cast<png_bytep>(volume.getData() + row * extents.prim);
     }
-    const png_structp png = handle.png();
+    auto* const png = handle.png();
     const bool keepsBytes = keepsByteOrder || std::endian::native == std::endian::big;
-    png_bytepp const first = rows.data();
+    auto* const first = rows.data();
     handle.guarded([png, keepsBytes, first] {
       if (sizeof(T) > 1 && !keepsBytes) {
         png_set_swap(png);

@@ -54,11 +54,11 @@ public:
 private:
   static void writeHead(Impl::PngHandle& handle, const Parameter& parameter, uint32 width, uint32 height) {
     std::vector<png_text> texts = textsOf(parameter.inputInformationMap.value());
-    const png_structp png = handle.png();
-    const png_infop info = handle.info();
+    auto* const png = handle.png();
+    auto* const info = handle.info();
     const int filters = parameter.inputFilters.value(), level = parameter.inputCompressionLevel.value();
     const uint32 prim = parameter.inputPixelsPerMeterPrim.value(), sec = parameter.inputPixelsPerMeterSec.value();
-    const png_textp firstText = texts.data();
+    auto* const firstText = texts.data();
     const int count = Tavi::checkedCast<int>(texts.size());
     handle.guarded([=] {
       png_set_filter(png, PNG_FILTER_TYPE_BASE, filters);
@@ -94,8 +94,8 @@ private:
 
   static void writeRows(Impl::PngHandle& handle, const InputPtr& input, bool keepsByteOrder) {
     const auto extents = input->getDimension();
-    const png_structp png = handle.png();
-    const png_infop info = handle.info();
+    auto* const png = handle.png();
+    auto* const info = handle.info();
     const bool keepsBytes = keepsByteOrder || std::endian::native == std::endian::big;
     Impl::Unstoppable unstoppable;
     Impl::transferSlices(unstoppable, input, Impl::Direction::outOfVolume, [&](const void* slice, SizeType) {
@@ -103,7 +103,7 @@ private:
       for (SizeType row = 0; row < rows.size(); ++row) {
         rows[row] = const_cast<png_bytep>(static_cast<png_const_bytep>(slice)) + row * extents.prim * sizeof(T);
       }
-      png_bytepp const first = rows.data();
+      auto* const first = rows.data();
       handle.guarded([png, info, keepsBytes, first] {
         if (sizeof(T) > 1 && !keepsBytes) {
           png_set_swap(png);

@@ -75,7 +75,7 @@ public:
     readImages(*this, file, output);
     this->setDone(slices.count);
     parameter->outputVolume = output;
-    parameter->outputVoxelSize_mm = meta.voxelSize_mm;
+    parameter->outputVoxelSize_mm = meta.voxelSizeInMm;
     parameter->outputDescription = meta.description;
     parameter->outputSoftware = first.software.value();
   }

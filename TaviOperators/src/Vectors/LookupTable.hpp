@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <limits>
 #include <type_traits>
 #include <vector>
@@ -40,11 +41,11 @@ public:
     if constexpr (!coversAll) {
       _entries.resize(static_cast<SizeType>(to - from) + 1);
     }
-    for (int x = from; x <= to; ++x) {
+    for (int x = static_cast<int>(from); x <= to; ++x) {
       _entries[indexOf(static_cast<In>(x))] = rule(static_cast<In>(x));
     }
     if constexpr (coversAll) {
-      for (int x = std::numeric_limits<In>::min(); x < from; ++x) {
+      for (int x = static_cast<int>(std::numeric_limits<In>::min()); x < from; ++x) {
         _entries[indexOf(static_cast<In>(x))] = _entries[indexOf(from)];
       }
       for (int x = to + 1; x <= std::numeric_limits<In>::max(); ++x) {
@@ -93,7 +94,9 @@ private:
   HWY_INLINE static V lookUp(Tag tag, const uint8* pieces, V x) {
     namespace hn = hwy::HWY_NAMESPACE;
     const auto low = hn::And(x, hn::Set(tag, 0x0F));
-    const auto piece = [&](int p) { return hn::TableLookupBytes(hn::LoadDup128(tag, pieces + 16 * p), low); };
+    const auto piece = [&](std::ptrdiff_t p) {
+      return hn::TableLookupBytes(hn::LoadDup128(tag, pieces + 16 * p), low);
+    };
     const auto has = [&](int bit) { return hn::TestBit(x, hn::Set(tag, static_cast<uint8>(bit))); };
     const auto bit4 = has(0x10), bit5 = has(0x20), bit6 = has(0x40), bit7 = has(0x80);
     const auto two = [&](int p) { return hn::IfThenElse(bit4, piece(p + 1), piece(p)); };

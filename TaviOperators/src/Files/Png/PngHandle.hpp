@@ -121,8 +121,8 @@ public:
 
   /// Reads all that stands before the image.
   static void readInfo(PngHandle& handle) {
-    const png_structp png = handle.png();
-    const png_infop info = handle.info();
+    auto* const png = handle.png();
+    auto* const info = handle.info();
     handle.guarded([png, info] {
       png_set_sig_bytes(png, signatureBytes);
       png_read_info(png, info);

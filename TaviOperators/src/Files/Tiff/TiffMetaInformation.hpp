@@ -19,7 +19,7 @@
 namespace NORV::TaviOperators::Impl {
 
 struct TiffMetaInformation {
-  Tavi::Triple<float32> voxelSize_mm;
+  Tavi::Triple<float32> voxelSizeInMm;
   std::string description;
 };
 
@@ -55,9 +55,9 @@ inline std::string writeMetaInformation(const TiffMetaInformation& meta) {
       throw std::bad_alloc();  // nothing else fails here
     }
   };
-  add(tiffVoxelSizeNames[0], textOf(meta.voxelSize_mm.prim));
-  add(tiffVoxelSizeNames[1], textOf(meta.voxelSize_mm.sec));
-  add(tiffVoxelSizeNames[2], textOf(meta.voxelSize_mm.tert));
+  add(tiffVoxelSizeNames[0], textOf(meta.voxelSizeInMm.prim));
+  add(tiffVoxelSizeNames[1], textOf(meta.voxelSizeInMm.sec));
+  add(tiffVoxelSizeNames[2], textOf(meta.voxelSizeInMm.tert));
   add("description", meta.description);
   XmlText saved;
   document.save(saved, "\t");
@@ -77,7 +77,7 @@ inline float32 pixelSizeOf(float32 pixelsPerUnit, uint16 unit) {
 }
 
 /// The resolution in pixels per centimetre that pixels of a length have; 0 if they have none.
-inline float32 pixelsPerCentimetreOf(float32 size_mm) { return size_mm <= 0.0f ? 0.0f : 10.0f / size_mm; }
+inline float32 pixelsPerCentimetreOf(float32 sizeInMm) { return sizeInMm <= 0.0f ? 0.0f : 10.0f / sizeInMm; }
 
 /// From the document in the image description; without one, the description is the whole text and the size comes from
 /// the resolution.
@@ -91,8 +91,8 @@ inline TiffMetaInformation readMetaInformation(const TiffImageInformation& image
   }
   if (!parsed || !document.child("MetaInformation")) {
     const uint16 unit = image.resolutionUnit;
-    meta.voxelSize_mm.prim = pixelSizeOf(image.pixelsPerResolutionUnitX, unit);
-    meta.voxelSize_mm.sec = pixelSizeOf(image.pixelsPerResolutionUnitY, unit);
+    meta.voxelSizeInMm.prim = pixelSizeOf(image.pixelsPerResolutionUnitX, unit);
+    meta.voxelSizeInMm.sec = pixelSizeOf(image.pixelsPerResolutionUnitY, unit);
     meta.description = text;
     return meta;
   }
@@ -100,9 +100,9 @@ inline TiffMetaInformation readMetaInformation(const TiffImageInformation& image
     const pugi::xml_attribute found = findInformation(document, name);
     size = found ? numberOf(found.value()) : size;
   };
-  readSize(tiffVoxelSizeNames[0], meta.voxelSize_mm.prim);
-  readSize(tiffVoxelSizeNames[1], meta.voxelSize_mm.sec);
-  readSize(tiffVoxelSizeNames[2], meta.voxelSize_mm.tert);
+  readSize(tiffVoxelSizeNames[0], meta.voxelSizeInMm.prim);
+  readSize(tiffVoxelSizeNames[1], meta.voxelSizeInMm.sec);
+  readSize(tiffVoxelSizeNames[2], meta.voxelSizeInMm.tert);
   meta.description = findInformation(document, "description").value();
   return meta;
 }
