@@ -1,5 +1,4 @@
 #include <Call.hpp>
-#include <Lock.hpp>
 #include <PythonValues.hpp>
 #include <Raise.hpp>
 #include <Run.hpp>
@@ -18,25 +17,6 @@ namespace {
 using Tavi::Persistence::Data;
 
 constexpr SizeType fewVoxels = 32768;  // volumes up to this size are worked on without a look at signals
-
-/// A copy of the view, dense.
-SmartPointer<IVolume> copyOf(const SmartPointer<IVolume>& volume) {
-  const auto copy = TaviTool::makeVolume(TaviTool::shortName(volume->getVoxelType()), volume->getDimension());
-  const Unlocked unlocked;
-  TaviTool::withVoxels(volume, [&](const auto& from) {
-    using T = std::remove_pointer_t<decltype(from.data)>;
-    T* target = Tavi::viewOf(*Tavi::VolumePtr<T>(copy)).data;
-    for (SizeType tert = 0; tert < from.dimTert; ++tert) {
-      for (SizeType sec = 0; sec < from.dimSec; ++sec) {
-        const T* voxel = from.row(sec, tert);
-        for (SizeType prim = 0; prim < from.dimPrim; ++prim, voxel += from.stridePrim) {
-          *target++ = *voxel;
-        }
-      }
-    }
-  });
-  return copy;
-}
 
 SizeType voxelsOf(const SmartPointer<IVolume>& volume) { return volume != nullptr ? volume->getRoiSize() : 0; }
 
@@ -179,6 +159,7 @@ void Call::setOutput(const Argument& argument, py::handle value) {
     }
   }
   const auto volume = makeOutput(argument, extents ? &*extents : nullptr);
+  _voxels += voxelsOf(volume);
   if (volume != nullptr) {
     _parameter->setValue(argument.key.key, SmartPointer<IComposite>(volume));
   }
@@ -194,6 +175,33 @@ void Call::setTarget(const Argument& argument, const py::array& array) {
   _parameter->setValue(argument.key.key, SmartPointer<IComposite>(target.over.volume));
   _voxels += voxelsOf(target.over.volume);
   _targets.push_back(target);
+}
+
+/// The count that is asked for; 0 for none. Whether it is one is checked with the other values.
+int Call::askedThreads() const {
+  for (std::size_t i = 0; i < _op._arguments.size(); ++i) {
+    if (_op._arguments[i].name == "threads" && PyLong_Check(_values[i].ptr()) != 0) {
+      int overflow = 0;
+      const long count = PyLong_AsLongAndOverflow(_values[i].ptr(), &overflow);
+      return count > 0 && count < 1024 ? static_cast<int>(count) : 0;
+    }
+  }
+  return 0;
+}
+
+/// A dense copy of the view, by an operator of the core. It has no frame.
+SmartPointer<IVolume> Call::copyOf(const SmartPointer<IVolume>& volume) const {
+  auto& factory = Tavi::Factory::getClassFactory();
+  const std::string type = volume->getType();
+  const SmartPointer<IOperator> copy(
+      factory.createInstance("NORV::Tavi::Copy::Operator< " + type + ", " + type + " >"));
+  const SmartPointer<IComposite> parameter(factory.createInstance("NORV::Tavi::Copy::Parameter"));
+  parameter->setValue("inputVolume", SmartPointer<IComposite>(volume));
+  if (const auto failed =
+          TaviPython::run(*copy, parameter, voxelsOf(volume) <= fewVoxels, py::none(), askedThreads())) {
+    raise(*failed, _op._op, parameter, {});
+  }
+  return SmartPointer<IVolume>(parameter->getValue("outputVolume"));
 }
 
 SmartPointer<IVolume> Call::makeOutput(const Argument& argument, const Dimension<SizeType>* extents) const {

@@ -40,6 +40,8 @@ private:
 
   /// An output that the operator does not make, or is not to make.
   SmartPointer<IVolume> makeOutput(const Argument& argument, const Dimension<SizeType>* extents) const;
+  SmartPointer<IVolume> copyOf(const SmartPointer<IVolume>& volume) const;
+  int askedThreads() const;
   std::string outputType() const;
   bool makesResultItself() const;
   std::string greyValueType(const Argument& argument) const;
