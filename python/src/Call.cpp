@@ -43,7 +43,7 @@ py::object Call::run() {
   std::optional<FailedRun> failed;
   try {
     fill();
-    const auto frame = TaviTool::makeFrame(_op._op);
+    const auto frame = _op._create();
     failed = TaviPython::run(*frame, _parameter, isShort(), _progress);
   } catch (const py::builtin_exception&) {
     throw;
@@ -94,13 +94,13 @@ void Call::setVolume(const Argument& argument, py::handle value) {
     }
     const bool isModified = TaviTool::isModify(argument.key.key);
     const ArrayVolume over = isModified ? targetOver(array, where(argument)) : volumeOver(array, where(argument));
-    if (takes == Takes::mask && voxelTypeOf(array, where(argument)) != "uint8") {
+    if (takes == Takes::mask && voxelTypeOf(array) != "uint8") {
       throw py::type_error(where(argument).text() + ": a mask is of uint8 or bool, not " + textOf(array.dtype()) +
                            "; array != 0 makes one");
     }
     _voxels += voxelsOf(over.volume);
     if (isModified) {
-      _targets.push_back({argument.key.key, array, over, firstVoxel(over.volume)});
+      _targets.push_back({argument.key.key, array, over});
     }
     _parameter->setValue(argument.key.key, SmartPointer<IComposite>(over.volume));
   }
@@ -166,8 +166,7 @@ void Call::setOutput(const Argument& argument, py::handle value) {
 }
 
 void Call::setTarget(const Argument& argument, const py::array& array) {
-  Target target{argument.key.key, array, targetOver(array, where(argument)), nullptr};
-  target.first = firstVoxel(target.over.volume);
+  const Target target{argument.key.key, array, targetOver(array, where(argument))};
   if (!_askedType.empty() && _askedType != TaviTool::shortName(target.over.volume->getVoxelType())) {
     throw py::type_error(_op._function + "(): dtype is " + _askedType + ", and " + argument.name + " is an array of " +
                          TaviTool::shortName(target.over.volume->getVoxelType()) + "; leave dtype away");
@@ -365,7 +364,7 @@ py::object Call::result(const KeyDescription& key) const {
     // A volume that was resized has a block of its own now.
     const SmartPointer<IVolume> volume(value);
     const bool isFilled = volume != nullptr && volume.get() == target.over.volume.get() &&
-                          firstVoxel(volume) == target.first &&
+                          firstVoxel(volume) == target.first() &&
                           voxelsOf(volume) == static_cast<SizeType>(target.given.size());
     const py::object made = isFilled || volume == nullptr ? py::none() : arrayOf(volume);
     if (!isFilled && (made.is_none() || !made.attr("shape").equal(target.given.attr("shape")))) {

@@ -24,7 +24,9 @@ private:
     std::string key;
     py::array given;  ///< what is returned
     ArrayVolume over;
-    const void* first = nullptr;  ///< its first voxel
+
+    /// Where the voxels begin, as long as the operator has not given the volume a block of its own.
+    const void* first() const { return over.array.size() != 0 ? over.array.data() : nullptr; }
   };
 
   void setVolumes();

@@ -120,7 +120,7 @@ def apply(name, arguments):
     for unusable in ("out", "progress"):
         if arguments.get(unusable) is not None:
             raise TypeError(f"{name}(): {unusable} is of no use with arrays of Dask")
-    for argument in [each for each in arguments if each.startswith("out")]:
+    for argument in [each for each in arguments if each == "out" or each.startswith("out_")]:
         del arguments[argument]
     del arguments["progress"]
     # Blocks run side by side already.
