@@ -6,6 +6,7 @@
 Makes up a scan of that size as scan.npy, and writes eroded.npy beside it.
 """
 import argparse
+import logging
 import os
 
 import dask
@@ -56,10 +57,11 @@ def main():
     # The workers together may hold a quarter of the volume, but an interpreter with its libraries needs some itself.
     workers = 2
     memory = max(options.mebibytes // 4 // workers, 256)
-    dask.config.set({"distributed.scheduler.active-memory-manager.start": False})
+    # Voxels that a worker reads are not Dask's own, which it would warn of again and again.
+    dask.config.set({"logging.distributed": "error"})
     with LocalCluster(n_workers=workers, threads_per_worker=1, memory_limit=f"{memory}MiB", dashboard_address=None,
-                      local_directory=options.folder) as cluster, Client(cluster):
-        scan = dask.array.from_array(Slabs(source, "r"), chunks=(32, 512, 512), asarray=False)
+                      local_directory=options.folder, silence_logs=logging.ERROR) as cluster, Client(cluster):
+        scan = dask.array.from_array(Slabs(source, "r"), chunks=(16, 512, 512), asarray=False)
         eroded = tavi.erosion(scan, tavi.ball(5), anchor="center")
         dask.array.store(eroded, Slabs(target, "r+"), lock=False)
         extremes = tavi.extreme_value_calculation(scan)

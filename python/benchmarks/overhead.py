@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Measures what a call from Python costs above the same call from C++: a parameter object, its values, a frame, a run."""
+"""Measures what a call from Python costs above one from C++: a parameter object, its values, a frame and a run."""
 import inspect
 import timeit
 

@@ -85,15 +85,33 @@ SmartPointer<IVolume> makeVolume(const py::array& array, const Layout& layout) {
   return volume;
 }
 
-SmartPointer<IVolume> makeVolumeOf(const std::string& type, const py::array& array, const Layout& layout) {
-  SmartPointer<IVolume> volume;
-  const auto tryOne = [&]<class T>(T) {
-    if (TaviTool::shortName(Tavi::typeName<T>) == type) {
-      volume = makeVolume<T>(array, layout);
+/// Whether an element of that kind and size is a voxel of type T.
+template <class T>
+bool isVoxel(char kind, py::ssize_t bytes) {
+  constexpr char own = std::is_floating_point_v<T> ? 'f' : std::is_signed_v<T> ? 'i' : 'u';
+  return kind == own && bytes == static_cast<py::ssize_t>(sizeof(T));
+}
+
+/// Calls `use` with a voxel of the array's type; returns whether it is one.
+template <class Use>
+bool withVoxelType(const py::array& array, const Use& use) {
+  const py::dtype type = array.dtype();
+  const char kind = type.kind();
+  const py::ssize_t bytes = type.itemsize();
+  const auto tryOne = [&]<class T>(T sample) {
+    if (isVoxel<T>(kind, bytes)) {
+      use(sample);
+      return true;
     }
+    return false;
   };
-  const auto tryEach = [&]<class... T>(T... types) { (tryOne(types), ...); };
-  tryEach(int8(), uint8(), int16(), uint16(), int32(), uint32(), float32(), float64());
+  const auto tryEach = [&]<class... T>(T... types) { return (tryOne(types) || ...); };
+  return tryEach(uint8(), uint16(), float32(), int8(), int16(), int32(), uint32(), float64());
+}
+
+SmartPointer<IVolume> makeVolumeOf(const py::array& array, const Layout& layout) {
+  SmartPointer<IVolume> volume;
+  withVoxelType(array, [&]<class T>(T) { volume = makeVolume<T>(array, layout); });
   return volume;
 }
 
@@ -117,20 +135,20 @@ SmartPointer<IVolume> makeVolumeOf(const std::string& type, const py::array& arr
 /// Copies also where the layout does not suit.
 template <class Suits>
 ArrayVolume volumeOver(const py::array& array, const Where& where, const Suits& suits) {
-  const std::string type = voxelTypeOf(array, where);
+  requireVoxelType(array, where);
   if (array.size() == 0) {
-    return {TaviTool::makeVolume(type, Dimension<SizeType>()), array, false};
+    return {TaviTool::makeVolume(voxelTypeOf(array), Dimension<SizeType>()), array, false};
   }
   const auto layout = layoutOf(array);
   if (layout && suits(*layout)) {
-    return {makeVolumeOf(type, array, *layout), array, false};
+    return {makeVolumeOf(array, *layout), array, false};
   }
   const py::array copy = py::module_::import("numpy").attr("array")(array, py::arg("order") = "C");
   const auto dense = layoutOf(copy);
   if (!dense) {
     throw py::value_error(where.text() + ": the array cannot be copied into a dense block");
   }
-  return {makeVolumeOf(type, copy, *dense), copy, true};
+  return {makeVolumeOf(copy, *dense), copy, true};
 }
 
 }  // namespace
@@ -165,21 +183,21 @@ std::optional<Layout> findLayout(const std::array<SizeType, 3>& extents, const s
   return std::nullopt;
 }
 
-std::string voxelTypeOf(const py::array& array, const Where& where) {
-  const py::dtype type = array.dtype();
-  const py::ssize_t bytes = type.itemsize();
-  const char kind = type.kind();
-  const bool isInteger = (kind == 'i' || kind == 'u') && (bytes == 1 || bytes == 2 || bytes == 4);
-  if (!isInteger && !(kind == 'f' && (bytes == 4 || bytes == 8))) {
+std::string voxelTypeOf(const py::array& array) {
+  std::string name;
+  withVoxelType(array, [&]<class T>(T) { name = TaviTool::shortName(Tavi::typeName<T>); });
+  return name;
+}
+
+void requireVoxelType(const py::array& array, const Where& where) {
+  if (!withVoxelType(array, [](auto) {})) {
     refuseType(array, where);
   }
-  const char order = type.byteorder();
+  const char order = array.dtype().byteorder();
   if (order != '=' && order != '|') {
-    const auto name = textOf(type);
-    throw py::type_error(where.text() + ": " + name +
+    throw py::type_error(where.text() + ": " + textOf(array.dtype()) +
                          " is of the other byte order; convert it with .astype(array.dtype.newbyteorder('='))");
   }
-  return (kind == 'u' ? "uint" : kind == 'i' ? "int" : "float") + std::to_string(bytes * 8);
 }
 
 py::array requireArray(py::handle value, const Where& where) {

@@ -21,9 +21,10 @@ struct Layout {
 std::optional<Layout> findLayout(const std::array<SizeType, 3>& extents, const std::array<std::ptrdiff_t, 3>& steps,
                                  std::ptrdiff_t voxelBytes);
 
-/// "uint16" for an array of one of the eight voxel types in the byte order of the machine. Throws TypeError, which
-/// names the conversion, for any other.
-std::string voxelTypeOf(const py::array& array, const Where& where);
+/// "uint16" for an array of one of the eight voxel types, empty for any other.
+std::string voxelTypeOf(const py::array& array);
+/// Throws TypeError, which names the conversion, for other types and for the other byte order.
+void requireVoxelType(const py::array& array, const Where& where);
 
 /// Throws TypeError for what is no array, ValueError for other than three axes and for extents of which some are 0.
 py::array requireArray(py::handle value, const Where& where);

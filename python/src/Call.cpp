@@ -1,5 +1,4 @@
 #include <Call.hpp>
-#include <Lock.hpp>
 #include <PythonValues.hpp>
 #include <Raise.hpp>
 #include <Run.hpp>
@@ -18,25 +17,6 @@ namespace {
 using Tavi::Persistence::Data;
 
 constexpr SizeType fewVoxels = 32768;  // volumes up to this size are worked on without a look at signals
-
-/// A copy of the view, dense.
-SmartPointer<IVolume> copyOf(const SmartPointer<IVolume>& volume) {
-  const auto copy = TaviTool::makeVolume(TaviTool::shortName(volume->getVoxelType()), volume->getDimension());
-  const Unlocked unlocked;
-  TaviTool::withVoxels(volume, [&](const auto& from) {
-    using T = std::remove_pointer_t<decltype(from.data)>;
-    T* target = Tavi::viewOf(*Tavi::VolumePtr<T>(copy)).data;
-    for (SizeType tert = 0; tert < from.dimTert; ++tert) {
-      for (SizeType sec = 0; sec < from.dimSec; ++sec) {
-        const T* voxel = from.row(sec, tert);
-        for (SizeType prim = 0; prim < from.dimPrim; ++prim, voxel += from.stridePrim) {
-          *target++ = *voxel;
-        }
-      }
-    }
-  });
-  return copy;
-}
 
 SizeType voxelsOf(const SmartPointer<IVolume>& volume) { return volume != nullptr ? volume->getRoiSize() : 0; }
 
@@ -63,7 +43,7 @@ py::object Call::run() {
   std::optional<FailedRun> failed;
   try {
     fill();
-    const auto frame = TaviTool::makeFrame(_op._op);
+    const auto frame = _op._create();
     failed = TaviPython::run(*frame, _parameter, isShort(), _progress);
   } catch (const py::builtin_exception&) {
     throw;
@@ -114,13 +94,13 @@ void Call::setVolume(const Argument& argument, py::handle value) {
     }
     const bool isModified = TaviTool::isModify(argument.key.key);
     const ArrayVolume over = isModified ? targetOver(array, where(argument)) : volumeOver(array, where(argument));
-    if (takes == Takes::mask && voxelTypeOf(array, where(argument)) != "uint8") {
+    if (takes == Takes::mask && voxelTypeOf(array) != "uint8") {
       throw py::type_error(where(argument).text() + ": a mask is of uint8 or bool, not " + textOf(array.dtype()) +
                            "; array != 0 makes one");
     }
     _voxels += voxelsOf(over.volume);
     if (isModified) {
-      _targets.push_back({argument.key.key, array, over, firstVoxel(over.volume)});
+      _targets.push_back({argument.key.key, array, over});
     }
     _parameter->setValue(argument.key.key, SmartPointer<IComposite>(over.volume));
   }
@@ -179,14 +159,14 @@ void Call::setOutput(const Argument& argument, py::handle value) {
     }
   }
   const auto volume = makeOutput(argument, extents ? &*extents : nullptr);
+  _voxels += voxelsOf(volume);
   if (volume != nullptr) {
     _parameter->setValue(argument.key.key, SmartPointer<IComposite>(volume));
   }
 }
 
 void Call::setTarget(const Argument& argument, const py::array& array) {
-  Target target{argument.key.key, array, targetOver(array, where(argument)), nullptr};
-  target.first = firstVoxel(target.over.volume);
+  const Target target{argument.key.key, array, targetOver(array, where(argument))};
   if (!_askedType.empty() && _askedType != TaviTool::shortName(target.over.volume->getVoxelType())) {
     throw py::type_error(_op._function + "(): dtype is " + _askedType + ", and " + argument.name + " is an array of " +
                          TaviTool::shortName(target.over.volume->getVoxelType()) + "; leave dtype away");
@@ -194,6 +174,33 @@ void Call::setTarget(const Argument& argument, const py::array& array) {
   _parameter->setValue(argument.key.key, SmartPointer<IComposite>(target.over.volume));
   _voxels += voxelsOf(target.over.volume);
   _targets.push_back(target);
+}
+
+/// The count that is asked for; 0 for none. Whether it is one is checked with the other values.
+int Call::askedThreads() const {
+  for (std::size_t i = 0; i < _op._arguments.size(); ++i) {
+    if (_op._arguments[i].name == "threads" && PyLong_Check(_values[i].ptr()) != 0) {
+      int overflow = 0;
+      const long count = PyLong_AsLongAndOverflow(_values[i].ptr(), &overflow);
+      return count > 0 && count < 1024 ? static_cast<int>(count) : 0;
+    }
+  }
+  return 0;
+}
+
+/// A dense copy of the view, by an operator of the core. It has no frame.
+SmartPointer<IVolume> Call::copyOf(const SmartPointer<IVolume>& volume) const {
+  auto& factory = Tavi::Factory::getClassFactory();
+  const std::string type = volume->getType();
+  const SmartPointer<IOperator> copy(
+      factory.createInstance("NORV::Tavi::Copy::Operator< " + type + ", " + type + " >"));
+  const SmartPointer<IComposite> parameter(factory.createInstance("NORV::Tavi::Copy::Parameter"));
+  parameter->setValue("inputVolume", SmartPointer<IComposite>(volume));
+  if (const auto failed =
+          TaviPython::run(*copy, parameter, voxelsOf(volume) <= fewVoxels, py::none(), askedThreads())) {
+    raise(*failed, _op._op, parameter, {});
+  }
+  return SmartPointer<IVolume>(parameter->getValue("outputVolume"));
 }
 
 SmartPointer<IVolume> Call::makeOutput(const Argument& argument, const Dimension<SizeType>* extents) const {
@@ -357,7 +364,7 @@ py::object Call::result(const KeyDescription& key) const {
     // A volume that was resized has a block of its own now.
     const SmartPointer<IVolume> volume(value);
     const bool isFilled = volume != nullptr && volume.get() == target.over.volume.get() &&
-                          firstVoxel(volume) == target.first &&
+                          firstVoxel(volume) == target.first() &&
                           voxelsOf(volume) == static_cast<SizeType>(target.given.size());
     const py::object made = isFilled || volume == nullptr ? py::none() : arrayOf(volume);
     if (!isFilled && (made.is_none() || !made.attr("shape").equal(target.given.attr("shape")))) {

@@ -24,7 +24,9 @@ private:
     std::string key;
     py::array given;  ///< what is returned
     ArrayVolume over;
-    const void* first = nullptr;  ///< its first voxel
+
+    /// Where the voxels begin, as long as the operator has not given the volume a block of its own.
+    const void* first() const { return over.array.size() != 0 ? over.array.data() : nullptr; }
   };
 
   void setVolumes();
@@ -40,6 +42,8 @@ private:
 
   /// An output that the operator does not make, or is not to make.
   SmartPointer<IVolume> makeOutput(const Argument& argument, const Dimension<SizeType>* extents) const;
+  SmartPointer<IVolume> copyOf(const SmartPointer<IVolume>& volume) const;
+  int askedThreads() const;
   std::string outputType() const;
   bool makesResultItself() const;
   std::string greyValueType(const Argument& argument) const;

@@ -61,7 +61,7 @@ bool shares(const py::object& array) {
   static const std::string function = "shares_memory", argument = "array";
   const Where where{function, argument};
   const py::array checked = requireArray(array, where);
-  static_cast<void>(voxelTypeOf(checked, where));
+  requireVoxelType(checked, where);
   return sharesMemory(checked);
 }
 

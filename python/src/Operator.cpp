@@ -1,6 +1,7 @@
 #include <Call.hpp>
 #include <Lock.hpp>
 #include <Operator.hpp>
+#include <OperatorTable.hpp>
 #include <PythonValues.hpp>
 #include <Tavi/ClassFactory.hpp>
 #include <Values.hpp>
@@ -41,6 +42,11 @@ Operator::Operator(const std::string& op, const std::string& function, const py:
       _function(function),
       _resultType(resultType) {
   const auto parameter = TaviTool::makeParameter(op);
+  for (const auto& entry : TaviOperators::operatorTable()) {
+    if (op == entry.name) {
+      _create = entry.create;
+    }
+  }
   _keys = TaviTool::keysOf(parameter);
   _parameterType = parameter->getType();
   _fileKey = TaviTool::fileNameKey(_keys);
@@ -86,7 +92,7 @@ double Operator::hostSeconds(int repetitions, const py::args& values) const {
     for (const auto& [key, value] : given) {
       parameter->setValue(key, value);
     }
-    TaviTool::makeFrame(_op)->apply(parameter);
+    _create()->apply(parameter);
   }
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count() / repetitions;
 }

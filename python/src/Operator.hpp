@@ -48,6 +48,7 @@ private:
 
   std::string _op;
   std::string _function;
+  std::unique_ptr<IOperator> (*_create)() = nullptr;
   std::vector<KeyDescription> _keys;
   std::vector<Argument> _arguments;
   std::vector<KeyDescription> _results;

@@ -49,17 +49,17 @@ void requireNumber(py::handle value, const Where& where) {
 
 template <class T>
 T integerOf(py::handle value, const Where& where, const std::string& type) {
-  const std::string expected = rangeText<T>() + " (" + type + ")";
+  const auto expected = [&] { return rangeText<T>() + " (" + TaviTool::shortName(type) + ")"; };
   py::object whole = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
   if (!whole) {
     PyErr_Clear();
     const double number = PyFloat_AsDouble(value.ptr());
     if (PyErr_Occurred() != nullptr) {
       PyErr_Clear();
-      refuseType(where, value, expected);
+      refuseType(where, value, expected());
     }
     if (!std::isfinite(number) || number != std::floor(number)) {
-      refuse(where, value, expected);
+      refuse(where, value, expected());
     }
     whole = py::reinterpret_steal<py::object>(PyLong_FromDouble(number));
   }
@@ -76,7 +76,7 @@ T integerOf(py::handle value, const Where& where, const std::string& type) {
   }
   if (!fits) {
     PyErr_Clear();
-    refuse(where, value, expected);
+    refuse(where, value, expected());
   }
   return result;
 }
@@ -88,7 +88,7 @@ T floatOf(py::handle value, const Where& where, const std::string& type) {
                       (std::isfinite(number) && std::abs(number) > static_cast<double>(std::numeric_limits<T>::max()));
   if (isLost) {
     PyErr_Clear();
-    refuse(where, value, "a number that " + type + " can hold");
+    refuse(where, value, "a number that " + TaviTool::shortName(type) + " can hold");
   }
   return static_cast<T>(number);
 }
@@ -170,11 +170,10 @@ SmartPointer<IComposite> dataOf(const std::string& type, py::handle value, const
   requireNumber(value, where);
   SmartPointer<IComposite> result;
   const bool isKnown = withNumberType(type, [&]<class T>(T) {
-    const std::string name = TaviTool::shortName(type);
     if constexpr (std::is_floating_point_v<T>) {
-      result = SmartPointer<IComposite>(new Data<T>(floatOf<T>(value, where, name)));
+      result = SmartPointer<IComposite>(new Data<T>(floatOf<T>(value, where, type)));
     } else {
-      result = SmartPointer<IComposite>(new Data<T>(integerOf<T>(value, where, name)));
+      result = SmartPointer<IComposite>(new Data<T>(integerOf<T>(value, where, type)));
     }
   });
   if (!isKnown) {

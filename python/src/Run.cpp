@@ -22,9 +22,9 @@ constexpr milliseconds reportEvery{125};  // with the last report at most ten a 
 /// As many threads as the runtime offers when the package is loaded.
 const int offeredThreads = TaviTool::numberOfThreads();
 
-std::optional<FailedRun> apply(IOperator& frame, const SmartPointer<IComposite>& parameter) {
+std::optional<FailedRun> apply(IOperator& frame, const SmartPointer<IComposite>& parameter, int threads) {
   // The count of the last run on this thread would stay the one for runs that ask for none.
-  TaviTool::setNumberOfThreads(offeredThreads);
+  TaviTool::setNumberOfThreads(threads > 0 ? threads : offeredThreads);
   errno = 0;
   try {
     frame.apply(parameter);
@@ -86,18 +86,18 @@ private:
 }  // namespace
 
 std::optional<FailedRun> run(IOperator& frame, const SmartPointer<IComposite>& parameter, bool isShort,
-                             const py::object& progress) {
+                             const py::object& progress, int threads) {
   std::optional<FailedRun> failed;
   const bool isDirect = progress.is_none() && (isShort || !handlesSignals());
   if (isDirect && !isForked()) {
     const Unlocked unlocked;
-    failed = apply(frame, parameter);
+    failed = apply(frame, parameter, threads);
     return failed;
   }
   Listener listener(frame, progress);
   {
     Unlocked unlocked;
-    Running running([&] { failed = apply(frame, parameter); });
+    Running running([&] { failed = apply(frame, parameter, threads); });
     while (!running.waitFor(tick)) {
       const bool goesOn = unlocked.locked([&] { return listener.listen(); });
       while (!goesOn && !running.waitFor(abortTick)) {

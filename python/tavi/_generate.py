@@ -213,7 +213,8 @@ class Function:
             unusual = f"({unusual})" if len(self.lazy) > 1 else unusual
             text += f"    if {unusual} and _is_lazy({', '.join(self.lazy)}):\n"
             text += f"        return _lazy({self.name!r}, locals())\n"
-        text += f"    return _{self.name}({', '.join(names)}, progress is not None and _progress(progress, {self.name!r}))\n"
+        names.append(f"progress is not None and _progress(progress, {self.name!r})")
+        text += f"    return _{self.name}({', '.join(names)})\n"
         return text + f"\n\n_{self.name}.bind({self.name}.__kwdefaults__)\n"
 
     def stub(self):
@@ -261,7 +262,8 @@ def _example_arrays(function):
         # The last type belongs to the result where there is one.
         voxel_type = types[min(index, len(types) - 1)] if index else types[0]
         values = "% 2" if "binary" in function.table["summary"].lower() or "thin" in function.name else "% 7"
-        lines.append(f">>> {argument.name} = (numpy.arange(4 * 6 * 8).reshape(4, 6, 8) {values}).astype({voxel_type!r})")
+        voxels = f"(numpy.arange(4 * 6 * 8).reshape(4, 6, 8) {values})"
+        lines.append(f">>> {argument.name} = {voxels}.astype({voxel_type!r})")
     return lines
 
 
@@ -334,7 +336,7 @@ from tavi._progress import progress_of as _progress
 
 '''
 
-_STUB_HEADER = '''"""Operators on three-dimensional voxel volumes. Generated from the key tables while the package is built."""
+_STUB_HEADER = '''"""Operators on three-dimensional voxel volumes. Generated from the key tables."""
 import os
 from typing import Any, Callable, Dict, List, NamedTuple, Optional, Sequence, Tuple, Union
 

@@ -120,7 +120,7 @@ def apply(name, arguments):
     for unusable in ("out", "progress"):
         if arguments.get(unusable) is not None:
             raise TypeError(f"{name}(): {unusable} is of no use with arrays of Dask")
-    for argument in [each for each in arguments if each.startswith("out")]:
+    for argument in [each for each in arguments if each == "out" or each.startswith("out_")]:
         del arguments[argument]
     del arguments["progress"]
     # Blocks run side by side already.
@@ -148,7 +148,8 @@ def apply(name, arguments):
         extents, below, above = _extents_under(halo, arguments)
         if any(need > have for need, have in zip(extents, arrays[0].shape)):
             _sample(name, arrays, arguments)  # the library's failure
-        return _in_blocks(name, _run_under_masks, arrays, (below, above), arrays[0].dtype, {**named, "extents": extents})
+        named["extents"] = extents
+        return _in_blocks(name, _run_under_masks, arrays, (below, above), arrays[0].dtype, named)
     sample = _sample(name, arrays, arguments)
     results = sample if isinstance(sample, tuple) else (sample,)
     dtype = next(result.dtype for result in results if isinstance(result, numpy.ndarray))

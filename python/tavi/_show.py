@@ -9,7 +9,7 @@ def show(volume, labels=None):
     try:
         import matplotlib.pyplot as pyplot
     except ImportError as error:
-        raise ImportError("tavi.show() draws with matplotlib, which is not there: install python3-matplotlib") from error
+        raise ImportError("tavi.show() needs matplotlib, which is not there: install python3-matplotlib") from error
     import numpy
 
     for name, array in (("volume", volume), ("labels", labels)):

@@ -56,6 +56,7 @@ def test_types_name_the_same_arguments():
 def test_types_are_accepted_by_the_checker():
     if shutil.which("mypy") is None:
         pytest.skip("mypy is not installed")
+    environment = {**os.environ, "MYPYPATH": os.path.dirname(os.path.dirname(tavi.__file__))}
     pathlib.Path("uses.py").write_text("""
 import numpy as np
 import tavi
@@ -70,11 +71,11 @@ except tavi.FileOpenError as error:
     print(error.hint)
 """)
     checked = subprocess.run(["mypy", "--strict", "--cache-dir", ".mypy", "uses.py"], capture_output=True, text=True,
-                             env={**os.environ, "MYPYPATH": os.path.dirname(os.path.dirname(tavi.__file__))}, check=False)
+                             env=environment, check=False)
     assert checked.returncode == 0, checked.stdout + checked.stderr
     pathlib.Path("wrong.py").write_text("import tavi\ntavi.ball(3, 5)\ntavi.saturation(1, 2)\n")
     checked = subprocess.run(["mypy", "--cache-dir", ".mypy", "wrong.py"], capture_output=True, text=True,
-                             env={**os.environ, "MYPYPATH": os.path.dirname(os.path.dirname(tavi.__file__))}, check=False)
+                             env=environment, check=False)
     assert checked.returncode == 1 and "wrong.py:2" in checked.stdout
 
 

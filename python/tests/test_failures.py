@@ -27,8 +27,8 @@ def test_the_text_is_the_librarys_and_the_hint_a_note():
         tavi.saturation(VOLUME, lower_limit=1, upper_limit=2, out=numpy.zeros(VOLUME.shape, "int8"))
     error = caught.value
     assert isinstance(error, ValueError)
-    assert str(error) == ("NORV::TaviOperators::DLL::Saturation::IOperator::getOperatorTypeFromParameterObject: Voxel types "
-                          "must be equal!")
+    assert str(error) == ("NORV::TaviOperators::DLL::Saturation::IOperator::getOperatorTypeFromParameterObject: "
+                          "Voxel types must be equal!")
     assert error.operator == "Saturation"
     assert error.hint and error.__notes__ == [error.hint]
     assert "inputVolume is uint16, outputVolume is int8" in error.hint
