@@ -4,7 +4,7 @@
 #include <Voxels.hpp>
 
 #include <algorithm>
-#include <cmath>
+#include <filesystem>
 
 namespace NORV::TaviTool {
 namespace {
@@ -38,7 +38,7 @@ std::vector<std::pair<std::string, std::string>> factsOf(const DemoResults& resu
   }
   const auto solid = results.analysis->solidVoxels();
   std::vector<std::pair<std::string, std::string>> facts{
-      {"Scan", results.input},
+      {"Scan", std::filesystem::path(results.input).filename().string()},
       {"Voxels", volumeText(*results.scan)},
       {"In memory", bytesText(sizeInBytes(*results.scan))},
       {"Pores", std::to_string(results.analysis->numberOfPores())},
@@ -121,9 +121,10 @@ void addGreyValues(Session& session, const DemoResults& results, Report::Documen
   document.histogram = Report::histogramOf(session, results.analysis->filtered(), 160);
   document.histogramCaption =
       "Voxels of each grey value after the filter, on a logarithmic scale, in the colours of their classes.";
+  document.classes.resize(Analysis::numberOfClasses);
   for (const GreyClass& each : results.analysis->classes()) {
-    document.classes.push_back(
-        {nameOf(static_cast<std::size_t>(each.label)), each.voxels, each.minimum, each.maximum, each.mean});
+    const auto label = static_cast<std::size_t>(each.label);
+    document.classes.at(label - 1) = {nameOf(label), each.voxels, each.minimum, each.maximum, each.mean};
   }
 }
 

@@ -18,9 +18,26 @@ std::size_t classAt(const std::vector<Class>& classes, double value) {
   return found;
 }
 
+/// The colour of a class that stands at this place in the list from 1 on; before all, and of none, is 0.
+std::string classColour(std::size_t place) { return "class-" + std::to_string(place == 0 ? 0 : (place - 1) % 6 + 1); }
+
+/// From the smallest to the largest grey value of all classes.
+double rangeOf(const std::vector<Class>& classes) {
+  double low = 0.0, high = 0.0;
+  bool isFirst = true;
+  for (const Class& each : classes) {
+    if (each.voxels > 0) {
+      low = isFirst ? each.minimum : std::min(low, each.minimum);
+      high = isFirst ? each.maximum : std::max(high, each.maximum);
+      isFirst = false;
+    }
+  }
+  return high - low;
+}
+
 /// Decimals with which numbers of a range are told apart.
 int decimalsFor(double range) {
-  return range >= 100.0 || range <= 0.0 ? 0 : std::clamp(2 - static_cast<int>(std::floor(std::log10(range))), 0, 6);
+  return !(range < 100.0 && range > 0.0) ? 0 : std::clamp(2 - static_cast<int>(std::floor(std::log10(range))), 0, 6);
 }
 
 std::string positionedLabel(double percentLeft, const std::string& text) {
@@ -45,7 +62,7 @@ std::string chartHtml(const Document& document) {
     const double middle =
         histogram.from + range * (static_cast<double>(i) + 0.5) / static_cast<double>(histogram.counts.size());
     const auto at = [](double number) { return plain(std::round(number * 100.0) / 100.0); };
-    bars += "<rect class=\"class-" + std::to_string(classAt(document.classes, middle)) + "\" x=\"" +
+    bars += "<rect class=\"" + classColour(classAt(document.classes, middle)) + "\" x=\"" +
             at(width * static_cast<double>(i)) + "\" y=\"" + at(100.0 - height) + "\" width=\"" + at(width * 0.92) +
             "\" height=\"" + at(height) + "\"/>";
   }
@@ -64,6 +81,7 @@ std::string chartHtml(const Document& document) {
 }
 
 std::string classesTable(const Document& document) {
+  const int decimals = decimalsFor(rangeOf(document.classes));
   SizeType all = 0;
   for (const Class& each : document.classes) {
     all += each.voxels;
@@ -74,9 +92,11 @@ std::string classesTable(const Document& document) {
       "<th class=\"number\">From</th><th class=\"number\">To</th><th class=\"number\">Mean</th></tr></thead><tbody>";
   for (std::size_t i = 0; i < document.classes.size(); ++i) {
     const Class& each = document.classes[i];
-    const int decimals = decimalsFor(document.classes.back().maximum - document.classes.front().minimum);
+    if (each.voxels == 0) {
+      continue;
+    }
     const auto number = [&](const std::string& text) { return "<td class=\"number\">" + text + "</td>"; };
-    html += "<tr><td><i class=\"swatch class-" + std::to_string(i + 1) + "\"></i>" + escaped(each.name) + "</td>" +
+    html += "<tr><td><i class=\"swatch " + classColour(i + 1) + "\"></i>" + escaped(each.name) + "</td>" +
             number(grouped(each.voxels)) +
             number(all > 0 ? escaped(percent(static_cast<double>(each.voxels) / static_cast<double>(all))) : "") +
             number(decimal(each.minimum, decimals)) + number(decimal(each.maximum, decimals)) +

@@ -69,7 +69,8 @@ struct Histogram {
 /// NaNs and infinities are not counted.
 Histogram histogramOf(Session& session, const SmartPointer<IVolume>& volume, std::size_t bins);
 
-/// A class of grey values, in ascending order; its label is its place in the list from 1 on.
+/// A class of grey values, in ascending order; its label is its place in the list from 1 on. One without voxels only
+/// keeps its place.
 struct Class {
   std::string name;
   SizeType voxels = 0;
