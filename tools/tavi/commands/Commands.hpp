@@ -36,6 +36,7 @@ struct PipelineOptions {
   std::vector<std::string> assignments;  ///< "name=value" for parameters of the job
   std::string record;                    ///< "<job>.record.json" if empty
   bool withoutRecord = false;
+  std::string report;  ///< file of the page on what ran; none if empty
   bool onlyCheck = false;
   bool schema = false;    ///< prints the schema of job files instead
   std::string folder;     ///< to watch; runs the job once if empty

@@ -1,6 +1,7 @@
 #include <Commands.hpp>
 #include <Interrupt.hpp>
 #include <Pipeline.hpp>
+#include <PipelineReport.hpp>
 #include <Record.hpp>
 #include <Schema.hpp>
 #include <TargetFile.hpp>
@@ -46,17 +47,20 @@ private:
 
 std::string withoutExtension(const std::string& file) { return fs::path(file).replace_extension().string(); }
 
-/// "job.record.json", "job.scan.record.json" for a file that was watched for.
-std::string recordFileOf(const PipelineOptions& options, const std::string& stem) {
-  if (options.withoutRecord) {
-    return {};
-  }
-  const std::string own = options.record.empty() ? withoutExtension(options.job) + ".record.json" : options.record;
-  if (stem.empty()) {
+/// The name for a file that was watched for: "job.scan.record.json" for "job.record.json".
+std::string nameFor(const std::string& own, const std::string& stem) {
+  if (own.empty() || stem.empty()) {
     return own;
   }
   const std::string end = own.ends_with(".record.json") ? ".record.json" : fs::path(own).extension().string();
   return own.substr(0, own.size() - end.size()) + "." + stem + end;
+}
+
+std::string recordFileOf(const PipelineOptions& options, const std::string& stem) {
+  if (options.withoutRecord) {
+    return {};
+  }
+  return nameFor(options.record.empty() ? withoutExtension(options.job) + ".record.json" : options.record, stem);
 }
 
 /// Files that arrived must not replace results of one another, as those of the same name but another kind could.
@@ -98,17 +102,28 @@ void runOnce(Session& session, const PipelineOptions& options, const Parameters&
   for (const JobStep& step : job.steps) {
     record.addFilesOf(step.step);
   }
+  const std::string reportFile = nameFor(options.report, stem);
+  PipelineReport report(session, job, reportFile);
+  if (!reportFile.empty() && !recordFile.empty() && finalTarget(reportFile) == finalTarget(recordFile)) {
+    throw UsageError(reportFile + ": record and report need files of their own");
+  }
   session.brief = !session.progress;  // the table has a line for each step
   StepTable table(job.steps.size());
-  std::vector<StepObserver*> observers{&record};
+  std::vector<StepObserver*> observers{&record, &report};
   if (!session.json) {
     observers.push_back(&table);
   }
-  record.during([&] { runJob(session, job, observers); });
+  record.during([&] {
+    runJob(session, job, observers);
+    report.save();
+  });
   if (session.json) {
     printJson(record.json());
   } else if (!recordFile.empty()) {
     std::printf("record: %s\n", recordFile.c_str());
+  }
+  if (!session.json && !reportFile.empty()) {
+    std::printf("report: %s\n", reportFile.c_str());
   }
 }
 

@@ -131,6 +131,7 @@ void addPipeline(CLI::App& command, PipelineOptions& options) {
   CLI::Option* record = command.add_option(
       "--record", options.record, "File for the record of the run; the job's name with .record.json if absent");
   command.add_flag("--no-record", options.withoutRecord, "Writes no record")->excludes(record);
+  command.add_option("--report", options.report, "Writes a page on what ran, with pictures: an HTML file");
   CLI::Option* watch =
       command.add_option("--watch", options.folder, "Runs the job on each file that arrives in a folder");
   command.add_flag("--existing", options.existing, "Begins with the files that are in the folder")->needs(watch);
