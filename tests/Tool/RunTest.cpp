@@ -188,7 +188,7 @@ TEST_F(ToolRunUsageFailure, NamesTheArgumentAndWhatIsExpected) {
       "tavi: RekReader has no key \"inputHeader\"; the nearest is outputHeader, \"tavi describe RekReader\" shows "
       "all\n");
   EXPECT_EQ(complaint({"run", "RekWriter", "inputFilename=o.rek", "inputVolume=in.rek", "inputHeader=x"}),
-            "tavi: inputHeader=x: expected a REK file, whose header it is\n");
+            "tavi: inputHeader=x: expected a volume file that it is taken from\n");
   const std::string unknownKind = complaint({"info", "in.xyz"});
   EXPECT_TRUE(unknownKind.starts_with("tavi: in.xyz: the name does not end like a volume file: ")) << unknownKind;
   EXPECT_NE(unknownKind.find(".rek"), std::string::npos);

@@ -9,26 +9,21 @@
 #include <VolumeFiles.hpp>
 
 #include <algorithm>
-#include <array>
+#include <cstring>
 
 namespace NORV::TaviTool {
 namespace {
 
-/// Keys of the library whose values come from files of their kind, and the key of the reader that hands them out.
-struct FileObject {
-  const char* key;
-  const char* extension;
-  const char* readerKey;
-};
-constexpr std::array fileObjects{
-    FileObject{"inputHeader", ".rek", "outputHeader"}, FileObject{"inputHeader", ".rek.gz", "outputHeader"},
-    FileObject{"inputHeader", ".rek.lz4", "outputHeader"}, FileObject{"inputColorTable", ".bmp", "outputColorTable"}};
-
-const FileObject* findFileObject(const KeyDescription& key, const std::string& text) {
-  const auto found = std::find_if(fileObjects.begin(), fileObjects.end(), [&](const FileObject& each) {
-    return key.key == each.key && text.ends_with(each.extension);
-  });
-  return found != fileObjects.end() ? &*found : nullptr;
+/// The output of the file's reader that has the name of the key, such as outputHeader for inputHeader; empty if there
+/// is none.
+std::string readerKeyOf(const KeyDescription& key, const std::string& file) {
+  if (!isInput(key.key) || volumeExtensionOf(file).empty() || !isOperator(formatOf(file).reader)) {
+    return {};
+  }
+  const std::string wanted = "output" + key.key.substr(std::strlen("input"));
+  const auto keys = keysOf(makeParameter(formatOf(file).reader));
+  const auto found = std::find_if(keys.begin(), keys.end(), [&](const auto& each) { return each.key == wanted; });
+  return found != keys.end() ? wanted : std::string();
 }
 
 /// "Title=Scan,Author=Me"
@@ -49,33 +44,31 @@ SmartPointer<IComposite> makeMap(const std::string& key, const std::string& text
 
 }  // namespace
 
-bool isFileOfObject(const KeyDescription& key, const std::string& text) { return findFileObject(key, text) != nullptr; }
+bool isFileOfObject(const KeyDescription& key, const std::string& text) {
+  return key.info.takes == Takes::object && !readerKeyOf(key, text).empty();
+}
 
 SmartPointer<IComposite> readObject(Session& session, const KeyDescription& key, const std::string& file) {
   const std::string reader = formatOf(file).reader;
   Call call(session, reader);
   call.set(fileNameKey(keysOf(makeParameter(reader))),
            SmartPointer<IComposite>(new Tavi::Persistence::Data<std::string>(file)));
-  return call.run("read " + file).value(findFileObject(key, file)->readerKey);
+  return call.run("read " + file).value(readerKeyOf(key, file));
 }
 
 SmartPointer<IComposite> parseObject(const SmartPointer<IComposite>& parameter, const KeyDescription& key,
                                      const std::string& text) {
-  if (key.key == "inputHeader") {
-    throw UsageError(key.key + "=" + text + ": expected a REK file, whose header it is");
+  if (const auto present = parameter->getValue(key.key); present != nullptr && present->getNumberOfKeys() == 3) {
+    parseInto(key.key, present, text);
+    return present;
   }
-  if (key.key == "inputColorTable") {
-    throw UsageError(key.key + "=" + text + ": expected a BMP file, whose palette it is");
-  }
-  if (key.key == "inputInformationMap") {
+  const auto empty = SmartPointer<IComposite>(new TaviOperators::PngWriter::InformationMap);
+  // A property empties itself for a class that it does not hold.
+  parameter->setValue(key.key, empty);
+  if (parameter->getValue(key.key) != nullptr) {
     return makeMap(key.key, text);
   }
-  const auto present = parameter->getValue(key.key);
-  if (present == nullptr) {
-    throw UsageError(key.key + " cannot be given on the command line");
-  }
-  parseInto(key.key, present, text);
-  return present;
+  throw UsageError(key.key + "=" + text + ": expected a volume file that it is taken from");
 }
 
 SmartPointer<IVolume> matrixVolumeOf(const SmartPointer<IComposite>& value) {

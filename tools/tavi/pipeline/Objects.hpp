@@ -8,8 +8,8 @@
 /// Values of keys that are neither numbers, texts nor volumes.
 namespace NORV::TaviTool {
 
-/// Whether the text is the name of a file that the value is taken from: a REK file for its header, a BMP file for its
-/// palette.
+/// Whether the text is the name of a file that the value is taken from: its reader has an output of the same name, such
+/// as the header of a REK file, the palette of a BMP file, the texts of a PNG file.
 bool isFileOfObject(const KeyDescription& key, const std::string& text);
 
 /// The value that such a file holds.
