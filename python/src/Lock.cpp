@@ -3,17 +3,19 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <thread>
 
 namespace NORV::TaviPython {
 namespace {
 
 std::atomic<bool> ending{false};
+std::thread::id endingThread;  // set before `ending`
 std::atomic<int> taking{0};
 
 /// Whether the calling thread may take the lock; it says when it has it.
 bool mayTake() {
   ++taking;
-  if (!ending.load()) {
+  if (!ending.load() || std::this_thread::get_id() == endingThread) {
     return true;
   }
   --taking;
@@ -45,6 +47,7 @@ void releaseReference(PyObject* object) {
 }
 
 void endLocking() {
+  endingThread = std::this_thread::get_id();
   ending.store(true);
   while (taking.load() != 0) {
     Py_BEGIN_ALLOW_THREADS ::usleep(1000);

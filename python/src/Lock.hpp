@@ -35,7 +35,8 @@ private:
 /// left to do.
 void releaseReference(PyObject* object);
 
-/// Before the interpreter ends, with the lock: returns when no thread is about to take it.
+/// Before the interpreter ends, with the lock: returns when no thread is about to take it. The calling thread may go on
+/// to run operators.
 void endLocking();
 
 }  // namespace NORV::TaviPython

@@ -5,6 +5,7 @@
 #include <Lock.hpp>
 #include <Mask.hpp>
 #include <Operator.hpp>
+#include <PythonNames.hpp>
 #include <PythonValues.hpp>
 #include <Raise.hpp>
 #include <Run.hpp>
@@ -99,6 +100,7 @@ PYBIND11_MODULE(_core, module) {
   module.def("voxel_types", [](const std::string& op) {
     return NORV::TaviTool::instancesText(NORV::TaviTool::reachableInstances(op), NORV::TaviTool::hasOutputVolume(op));
   });
+  module.def("snake_case", &NORV::TaviTool::snakeCase);
   module.def("mask", &drawMask);
   module.def("shares_memory", &shares, py::arg("array"),
              "Whether operators take the array without a copy: its steps are those of a view of a dense block.");

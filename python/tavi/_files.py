@@ -2,7 +2,7 @@
 import os
 
 from tavi import _core, _operators
-from tavi._names import result_name, snake_case
+from tavi._names import snake_case
 
 
 def _name_of(path):
@@ -71,5 +71,5 @@ def info(path):
         if isinstance(result, tuple):
             head = {name: value for name, value in result._asdict().items() if name != "volume"}
     facts.update(shape=tuple(shape), dtype=dtype, bytes=int(numpy.prod(shape, dtype=object)) * dtype.itemsize)
-    facts.update((result_name(name), value) for name, value in head.items())
+    facts.update((snake_case(name.removeprefix("output")), value) for name, value in head.items())
     return facts

@@ -7,7 +7,6 @@ import tempfile
 import textwrap
 
 from tavi import _core, _failures
-from tavi._names import argument_name, result_name, snake_case
 
 _WIDTH = 110
 _VOLUMES = ("volume", "label volume", "mask volume", "matrix", "list of volumes")
@@ -62,7 +61,7 @@ class Function:
     def __init__(self, operator):
         self.table = json.loads(_core.describe(operator))
         self.operator = operator
-        self.name = snake_case(operator)
+        self.name = self.table["pythonName"]
         self.keys = self.table["keys"]
         self.inputs = [key for key in self.keys if key["role"] != "output"]
         self.results = [key for key in self.keys if key["role"] != "input"]
@@ -74,7 +73,7 @@ class Function:
     def _arguments(self):
         arguments = []
         for key in self.inputs:
-            name = argument_name(key["key"], key["takes"])
+            name = key["pythonName"]
             positional = key["required"] and (key["takes"] in _VOLUMES or key["takes"] == "file name")
             annotation = _TYPES[key["takes"]]
             if not key["required"] and _default(key) is None:
@@ -83,7 +82,7 @@ class Function:
         # File names before volumes, then what else is required, then the rest.
         arguments.sort(key=lambda a: (not a.positional, a.positional and a.key["takes"] != "file name", not a.required))
         for key in self.outputs:
-            name = "out" if len(self.outputs) == 1 else "out_" + result_name(key["key"])
+            name = "out" if len(self.outputs) == 1 else "out_" + key["pythonName"]
             arguments.append(_Argument(name, key, None, False, False, "Optional[Union[Volume, Tuple[int, int, int]]]"))
         if self.outputs and self.dtype_default is not False:
             annotation = "Optional[DType]" if self.dtype_default is None else "DType"
@@ -105,7 +104,7 @@ class Function:
         """A text of the library with the names that Python has for keys and failures."""
         names = {argument.key["key"]: argument.name for argument in self.arguments if argument.key}
         for key in self.results:
-            names.setdefault(key["key"], result_name(key["key"]))
+            names.setdefault(key["key"], key["pythonName"])
         text = re.sub(r"\b(?:input|output|modify)[A-Z]\w*", lambda match: names.get(match.group(), match.group()), text)
         text = text.replace("InvalidParameterObjectException", "InvalidParameterObjectError")
         text = re.sub(r"`?std::overflow_error`?", "NumericalOverflowError", text)
@@ -171,7 +170,7 @@ class Function:
         if self.results:
             lines += ["", "Returns", "-------"]
             for key in self.results:
-                lines.append(f"{result_name(key['key'])} : {'array' if key['takes'] in _ARRAYS else key['takes']}")
+                lines.append(f"{key['pythonName']} : {'array' if key['takes'] in _ARRAYS else key['takes']}")
                 lines.append(wrapped(self.about(key), "    "))
         types = _core.voxel_types(self.operator) if self.instances else "any"
         lines += ["", "Notes", "-----", wrapped("Voxel types: " + types), ""]
@@ -202,7 +201,7 @@ class Function:
         keys = [(a.name, a.key["key"] if a.key else "") for a in self.arguments]
         text = ""
         if self.result_type:
-            fields = [result_name(key["key"]) for key in self.results]
+            fields = [key["pythonName"] for key in self.results]
             text += f'{self.result_type} = _namedtuple("{self.result_type}", {fields!r})\n'
         text += f"_{self.name} = _Operator({self.operator!r}, {self.name!r}, {keys!r}, {self.result_type})\n\n\n"
         text += f"def {self.name}({self.signature()}):\n"
@@ -222,7 +221,7 @@ class Function:
         if self.result_type:
             text += f"class {self.result_type}(NamedTuple):\n"
             for key in self.results:
-                text += f"    {result_name(key['key'])}: {self.result_annotation(key)}\n"
+                text += f"    {key['pythonName']}: {self.result_annotation(key)}\n"
             text += "\n"
         returned = self.result_type or (self.result_annotation(self.results[0]) if self.results else "None")
         text += f"def {self.name}({self.signature(annotated=True)}) -> {returned}:\n"
@@ -311,10 +310,10 @@ def _example(function, functions, namespace):
     call = _example_call(function, file)
     if function.result_type:
         lines.append(">>> result = " + call)
-        shown = [f"result.{result_name(key['key'])}" + (".shape" if key["takes"] in _ARRAYS else "")
+        shown = [f"result.{key['pythonName']}" + (".shape" if key["takes"] in _ARRAYS else "")
                  for key in function.results if key["takes"] in _ARRAYS + ("count",)][:2]
         if not shown:
-            shown = [f"result.{result_name(function.results[0]['key'])}"]
+            shown = [f"result.{function.results[0]['pythonName']}"]
         expression = ", ".join(shown)
     else:
         is_array = bool(function.results) and function.results[0]["takes"] in _ARRAYS + ("object",)

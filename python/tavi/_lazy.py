@@ -11,7 +11,6 @@ import numpy
 
 from tavi import _core, _merging
 from tavi._failures import NotSupportedError
-from tavi._names import argument_name, snake_case
 
 _halos = {}
 
@@ -26,11 +25,11 @@ def _halo_of(name):
     if not _halos:
         for operator in _core.operators():
             table = json.loads(_core.describe(operator))
-            takes = {key["key"]: key["takes"] for key in table["keys"]}
+            names = {key["key"]: key["pythonName"] for key in table["keys"]}
             text = table["documentation"].get("Halo", "whole volume").split(".")[0]
-            keys = [argument_name(key, takes[key]) for key in re.findall(r"\binput\w+", text)]
+            keys = [names[key] for key in re.findall(r"\binput\w+", text)]
             voxels = re.match(r"(\d+) voxel", text)
-            _halos[snake_case(operator)] = (None if text.startswith("none") else int(voxels[1]) if voxels else
+            _halos[table["pythonName"]] = (None if text.startswith("none") else int(voxels[1]) if voxels else
                                             keys if keys else "whole")
     return _halos[name]
 

@@ -67,7 +67,7 @@ steps = strategies.sampled_from([-3, -2, -1, 1, 2, 3])
 slices = strategies.builds(slice, strategies.integers(0, 3), strategies.integers(4, 12), steps.filter(lambda s: s > 0))
 
 
-@settings(deadline=None, max_examples=200)
+@settings(deadline=None, max_examples=200, database=None)
 @given(strategies.tuples(slices, slices, slices), strategies.permutations(range(3)),
        strategies.tuples(*[strategies.booleans()] * 3))
 def test_any_view_gives_the_voxels_of_its_copy(region, axes, flips):

@@ -238,3 +238,18 @@ threading.Thread(target=lambda: [tavi.erosion(volume, tavi.ball(5)) for _ in ran
 time.sleep(0.1)
 """
     assert subprocess.run([sys.executable, "-c", code], timeout=60, check=False).returncode == 0
+
+
+def test_operators_run_while_the_interpreter_ends():
+    code = """
+import atexit
+def late():
+    volume = numpy.ones((60, 60, 60), "uint16")
+    assert (tavi.erosion(volume, tavi.ball(3)) == 1).all()
+    assert (tavi.static_cast(numpy.ones((2, 2, 2), "uint16")) == 1).all()
+    print("late")
+atexit.register(late)
+import numpy, tavi
+"""
+    run = subprocess.run([sys.executable, "-c", code], timeout=60, capture_output=True, text=True, check=False)
+    assert (run.returncode, run.stdout) == (0, "late\n"), run.stderr

@@ -103,7 +103,7 @@ void describeMarkdown(const std::string& op) {
                 key.info.required ? "yes" : "no", cell(defaultText(key, parameter)).c_str(),
                 cell(meaningText(key.info)).c_str());
   }
-  std::printf("\nVoxel types: %s.\n\n", voxelTypesText(op, "; ").c_str());
+  std::printf("\n%s\nVoxel types: %s.\n\n", callsText(op).c_str(), voxelTypesText(op, "; ").c_str());
   for (const Documentation::Part& part : documentation.parts) {
     std::printf("- **%s:** %s\n", part.name.c_str(), part.text.c_str());
   }

@@ -1,6 +1,11 @@
 #include <Catalogue.hpp>
 #include <Description.hpp>
+#include <PythonNames.hpp>
 #include <Values.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <vector>
 
 namespace NORV::TaviTool {
 
@@ -21,6 +26,37 @@ std::string limitsText(const KeyInfo& info) {
   return text;
 }
 
+std::string callsText(const std::string& op) {
+  // "lowerLimit" for "inputLowerLimit"
+  const auto variable = [](const std::string& key) {
+    std::string name = key.substr(isInput(key) ? 5 : 6);
+    name.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(name.front())));
+    return name;
+  };
+  const auto keys = keysOf(makeParameter(op));
+  const std::string result = firstVolumeKey(keys, {"output"});
+  const bool hasInput = std::any_of(keys.begin(), keys.end(), [](const auto& key) { return !isOutput(key.key); });
+  std::string host = "SmartPointer<IComposite> parameter(new " + op + "::Parameter);\n";
+  std::string line = "tavi run " + op;
+  std::vector<std::string> arguments;
+  for (const KeyDescription& key : keys) {
+    // Without an input the results tell the voxel type.
+    const bool isAlone = !hasInput && key.key == result;
+    if (key.info.required || isAlone) {
+      host += "parameter->setValue(\"" + key.key + "\", " + (isOutput(key.key) ? "result" : variable(key.key)) + ");\n";
+    }
+    if (key.info.required || key.key == result) {
+      line += " " + key.key + "=" + syntaxOf(key.info.takes) + (isAlone ? ":<voxel type>:AxBxC" : "");
+    }
+    if (key.info.required && !isOutput(key.key)) {
+      arguments.push_back(pythonName(key) + "=" + pythonName(key));
+    }
+  }
+  host += "DLL::" + op + "::Operator().apply(parameter);\n";
+  const std::string python = "tavi." + snakeCase(op) + "(" + join(arguments) + ")\n";
+  return "```cpp\n" + host + "```\n```sh\n" + line + "\n```\n```python\n" + python + "```\n";
+}
+
 Json descriptionOf(const std::string& op) {
   const auto parameter = makeParameter(op);
   const Documentation documentation = documentationOf(op);
@@ -31,6 +67,7 @@ Json descriptionOf(const std::string& op) {
   Json keys = Json::array();
   for (const KeyDescription& key : keysOf(parameter)) {
     keys.push_back({{"key", key.key},
+                    {"pythonName", pythonName(key)},
                     {"role", roleOf(key.key)},
                     {"takes", takesText(key.info.takes)},
                     {"syntax", syntaxOf(key.info.takes)},
@@ -43,6 +80,7 @@ Json descriptionOf(const std::string& op) {
                     {"like", key.info.likeKey}});
   }
   return {{"operator", op},
+          {"pythonName", snakeCase(op)},
           {"summary", summaryOf(op)},
           {"description", documentation.text},
           {"documentation", parts},
