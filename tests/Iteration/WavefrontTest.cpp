@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <new>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace NORV::Tests {
@@ -15,6 +17,8 @@ namespace {
 
 using namespace TaviOperators;
 using Tavi::SizeType;
+
+constexpr std::chrono::hours patience(1);
 
 /// How many rows of each slice are done, as the rows of a wavefront see it.
 class DoneRows {
@@ -45,7 +49,7 @@ TEST(Wavefront, RowsFollowThoseThatTheyNeedWithAnyNumberOfWorkers) {
           DoneRows done(slices, rows);
           std::atomic<SizeType> begun{0}, early{0};
           Impl::forEachRowInWavefront(
-              self, static_cast<int>(workers), workers, slices, rows, piece,
+              self, static_cast<int>(workers), workers, slices, rows, piece, patience,
               [&](SizeType) {
                 ++begun;
                 return true;
@@ -69,7 +73,7 @@ TEST(Wavefront, OneWorkerTakesSlicesWhole) {
   Impl::Unstoppable self;
   std::vector<SizeType> slices;
   Impl::forEachRowInWavefront(
-      self, 8, 1, 3, 50, 4, [](SizeType) { return true; },
+      self, 8, 1, 3, 50, 4, patience, [](SizeType) { return true; },
       [&](SizeType slice, SizeType first, SizeType end) {
         EXPECT_EQ(first, 0u);
         EXPECT_EQ(end, 50u);
@@ -83,7 +87,7 @@ TEST(Wavefront, ASliceWithoutItsRowsKeepsNoOtherWaiting) {
     Impl::Unstoppable self;
     std::atomic<SizeType> rows{0};
     Impl::forEachRowInWavefront(
-        self, 3, workers, 40, 9, 1, [](SizeType slice) { return slice % 3 != 1; },
+        self, 3, workers, 40, 9, 1, patience, [](SizeType slice) { return slice % 3 != 1; },
         [&](SizeType, SizeType, SizeType) { ++rows; });
     EXPECT_EQ(rows, workers == 1 ? 27u : 27u * 9u);
   }
@@ -96,7 +100,7 @@ TEST(Wavefront, AfterAnAbortNoSliceIsBegunAndThoseBegunAreFinished) {
       DoneRows done(40, 9);
       std::atomic<SizeType> begun{0};
       Impl::forEachRowInWavefront(
-          self, 5, workers, 40, 9, 2,
+          self, 5, workers, 40, 9, 2, patience,
           [&](SizeType slice) {
             ++begun;
             if (slice == last) {
@@ -114,12 +118,37 @@ TEST(Wavefront, AfterAnAbortNoSliceIsBegunAndThoseBegunAreFinished) {
   }
 }
 
+/// All rows are done, in their order, whichever worker goes on alone and whenever.
+TEST(Wavefront, WorkersThatWaitForLongLeaveTheOthersToOne) {
+  for (const SizeType workers : {2u, 5u, 33u}) {
+    Impl::Unstoppable self;
+    DoneRows done(60, 9);
+    std::atomic<SizeType> early{0};
+    Impl::forEachRowInWavefront(
+        self, 5, workers, 60, 9, 2, std::chrono::nanoseconds(0),
+        [](SizeType slice) {
+          if (slice % 7 == 3) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+          }
+          return true;
+        },
+        [&](SizeType slice, SizeType first, SizeType end) {
+          early += done.isReady(slice, first, end) ? 0u : 1u;
+          done.finish(slice, end);
+        });
+    EXPECT_EQ(early, 0u);
+    for (SizeType slice = 0; slice < 60; ++slice) {
+      EXPECT_EQ(done.of(slice), 9u);
+    }
+  }
+}
+
 TEST(WavefrontFailure, OfAnySliceSurfacesAndKeepsNoOtherWaiting) {
   for (const SizeType workers : {1u, 2u, 5u}) {
     for (const SizeType last : {0u, 4u, 39u}) {
       Impl::Unstoppable self;
       EXPECT_THROW(Impl::forEachRowInWavefront(
-                       self, 5, workers, 40, 9, 2, [](SizeType) { return true; },
+                       self, 5, workers, 40, 9, 2, patience, [](SizeType) { return true; },
                        [&](SizeType slice, SizeType, SizeType) {
                          if (slice == last) {
                            throw std::bad_alloc();

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <limits>
 #include <string>
 #include <type_traits>
@@ -74,7 +75,9 @@ private:
     const SizeType slices = _steps.dimTert, rows = _steps.dimSec;
     // All slices that run at the same time lie within some rows of each other, as few as a quarter of a slice.
     const SizeType piece = rows / (4 * _workers);
-    forEachRowInWavefront(_self, _threads, _workers, slices, rows, piece, beginSlice,
+    // Several times what a slice takes, and what a thread of a busy machine waits for its turn.
+    const std::chrono::nanoseconds patience(2000000 + 8 * _steps.dimPrim * rows);
+    forEachRowInWavefront(_self, _threads, _workers, slices, rows, piece, patience, beginSlice,
                           [&](SizeType slice, SizeType first, SizeType end) {
                             for (SizeType row = first; row < end; ++row) {
                               doRow(slice, row);
