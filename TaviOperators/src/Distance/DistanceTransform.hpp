@@ -3,6 +3,7 @@
 #include <DistanceParameter.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/VoxelTypeDispatch.hpp>
+#include <Impl/Loops/DenseOutput.hpp>
 #include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/View.hpp>
 #include <Operator.hpp>
@@ -110,9 +111,13 @@ public:
 
 private:
   void transform(const View<const In>& input, const View<Out>& output, In value) {
-    const KeptInput<In> source(*this, threadCount(0), input, output, Aliasing::identical);
-    DistanceRun<Traits::neighbours, Out> run(*this, output);
+    const DenseOutput<Out> dense(output);
+    const KeptInput<In> source(*this, threadCount(0), input, dense.view(), Aliasing::identical, RowLayout::dense);
+    DistanceRun<Traits::neighbours, Out> run(*this, dense.view());
     run.run(RowSources(value, run.startsBelowZero(), source.view()));
+    if (!this->isAborted()) {
+      dense.store(threadCount(0));
+    }
   }
 };
 

@@ -2,6 +2,7 @@
 
 #include <ConnectedComponentsParameter.hpp>
 #include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/DenseOutput.hpp>
 #include <Impl/Loops/KeptInput.hpp>
 #include <Operator.hpp>
 
@@ -179,10 +180,26 @@ public:
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
     _table.reset(parameter->inputExpectedNumberOfLabels.value());
 
-    const auto labels = viewOf(*output);
-    const KeptInput<In> source(*this, threadCount(0), viewOf(std::as_const(*input)), labels, Aliasing::identical);
-    ConnectedComponentsRun<Traits::neighbours, Out> run(*this, labels, _table, Traits::template overflow<In>());
-    parameter->outputNumberOfLabels = run.run(Foreground(source.view(), background));
+    const auto target = viewOf(*output);
+    const DenseOutput<Out> labels(target);
+    const KeptInput<In> source(*this, threadCount(0), viewOf(std::as_const(*input)), target, Aliasing::identical,
+                               RowLayout::dense);
+    const auto run = [&](const View<Out>& view) {
+      return ConnectedComponentsRun<Traits::neighbours, Out>(*this, view, _table, Traits::template overflow<In>())
+          .run(Foreground(source.view(), background));
+    };
+    try {
+      parameter->outputNumberOfLabels = run(labels.view());
+    } catch (const Exceptions::NumericalOverflow&) {
+      if (!labels.isOutput()) {
+        _table.reset(parameter->inputExpectedNumberOfLabels.value());
+        run(target);  // fails at the same voxel, with the raw labels in the output
+      }
+      throw;
+    }
+    if (!this->isAborted()) {
+      labels.store(threadCount(0));
+    }
   }
 
 private:

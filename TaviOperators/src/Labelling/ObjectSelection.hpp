@@ -1,6 +1,8 @@
 #pragma once
 
 #include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/DenseOutput.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/View.hpp>
 #include <ObjectSelectionParameter.hpp>
 #include <Operator.hpp>
@@ -55,7 +57,8 @@ public:
       parameter->outputNumberOfRemovedObjects = 0;
     }
 
-    const auto labelView = viewOf(std::as_const(*labels));
+    const KeptInput<L> measuredLabels(*this, threadCount(0), viewOf(std::as_const(*labels)), RowLayout::dense);
+    const auto& labelView = measuredLabels.view();
     SelectionSteps steps(*this, labelView.dimTert);
     ObjectSizes sizes = ObjectMeasurement<L>(steps, labelView).run();
     if (sizes.size() == 0) {
@@ -63,15 +66,19 @@ public:
     }
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
-    const auto target = viewOf(*output);
+    const DenseOutput<T> dense(viewOf(*output));
+    const auto& target = dense.view();
     const KeptInput<L> keptLabels(*this, threadCount(0), labelView, target, Aliasing::identical);
-    const KeptInput<T> keptInput(*this, threadCount(0), viewOf(std::as_const(*input)), target, Aliasing::identical);
+    const KeptInput<T> keptInput(*this, threadCount(0), viewOf(std::as_const(*input)), target, Aliasing::identical,
+                                 RowLayout::dense);
     const SizeRule rule =
         Traits::rule(sizes, isProtecting && background < sizes.size() ? &sizes[background] : nullptr, threshold);
     const SelectedCopy<T, L> copy(sizes, rule, keptLabels.view(), keptInput.view(), target, substitution);
-    if (!copy.run(steps)) {
+    const bool isDone = copy.run(steps);
+    if (!isDone) {
       return;
     }
+    dense.store(threadCount(0));
     if constexpr (hasThreshold) {
       parameter->outputNumberOfRemovedObjects = sizes.countRemoved(rule);
     }

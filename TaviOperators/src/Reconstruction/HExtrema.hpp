@@ -301,7 +301,9 @@ public:
     // The output is written last, so it may share voxels with the input.
     PaddedVolume<T> padded(input->getDimension());
     this->executeOperator(_shell, padded.requestShell(std::numeric_limits<T>::max()));
-    const Relief<T> relief(viewOf(std::as_const(*input)), Traits::extrema);
+    Unstoppable copying;
+    const KeptInput<T> kept(copying, threads, viewOf(std::as_const(*input)), RowLayout::dense);
+    const Relief<T> relief(kept.view(), Traits::extrema);
     Reconstruction<T>(*this, threads, relief, padded).run(height);
     store(threads, relief, padded, viewOf(*output));
     if (!this->isAborted()) {

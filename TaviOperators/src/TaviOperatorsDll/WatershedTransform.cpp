@@ -2,7 +2,9 @@
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
 #include <Impl/Frame/OperatorByName.hpp>
+#include <Impl/Frame/Unstoppable.hpp>
 #include <Impl/Frame/VoxelTypeDispatch.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/TransformVoxels.hpp>
 #include <WatershedTransform.hpp>
 
@@ -90,12 +92,12 @@ public:
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
 
-    Job<In, Out> job{withUnitAxesLast(Impl::inputViewOf(std::as_const(*input))),
-                     withUnitAxesLast(Impl::viewOf(*output)),
-                     0,
-                     0,
-                     parameter->inputIgnoreHighestGrayValue.value(),
-                     parameter->inputHugeMinimum.value(),
+    // Also where an abort comes: all values lie between the extremes.
+    Impl::Unstoppable copying;
+    const Impl::KeptInput<In> kept(copying, threads, withUnitAxesLast(Impl::inputViewOf(std::as_const(*input))),
+                                   Impl::RowLayout::dense);
+    Job<In, Out> job{kept.view(), withUnitAxesLast(Impl::viewOf(*output)),        0,
+                     0,           parameter->inputIgnoreHighestGrayValue.value(), parameter->inputHugeMinimum.value(),
                      threads};
     if (!findExtremes(input, job)) {
       return;
