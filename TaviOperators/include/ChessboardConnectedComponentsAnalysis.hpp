@@ -12,8 +12,9 @@
 /// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
 ///   NULLPointer for a missing background value, BadCast for one of another type; NumericalOverflow where labels before
 ///   merging exceed the voxel type of the output, which then holds such labels.
-/// - Memory: a table of inputExpectedNumberOfLabels labels, which grows in such steps and stays with the operator; bits
-///   for a few rows. A copy of an input that overlaps the output in another way than voxel by voxel.
+/// - Memory: a table of inputExpectedNumberOfLabels labels, which grows in such steps and stays with the operator;
+///   bits for a few rows. A copy of an input that overlaps the output in another way than voxel by voxel. Volumes like
+///   input and output where their rows are not dense.
 /// - Threads: serial. Two steps of progress per slice: the labels, their final numbers.
 /// - Cost: two passes; runs of background and foreground are found with vectors of bits.
 /// - Paper: A. Rosenfeld, J. L. Pfaltz: Sequential Operations in Digital Picture Processing. Journal of the ACM 13

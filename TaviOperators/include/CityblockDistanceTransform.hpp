@@ -13,7 +13,7 @@
 /// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
 ///   NULLPointer for a missing value, BadCast for one of another type.
 /// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
-///   voxel.
+///   voxel. Volumes like input and output where their rows are not dense.
 /// - Threads: serial, as each row needs the one before it. Three steps of progress per slice.
 /// - Cost: two passes in place, forward and back.
 /// - Paper: A. Rosenfeld, J. L. Pfaltz: Sequential Operations in Digital Picture Processing. Journal of the ACM 13

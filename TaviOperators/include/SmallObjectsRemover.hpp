@@ -14,7 +14,7 @@
 ///   changes.
 /// - Memory: 8 bytes for each label up to the largest; where that is more than 128 MiB and more labels than voxels,
 ///   some 64 bytes for each label that occurs. A copy of an input that overlaps the output in another way than voxel by
-///   voxel.
+///   voxel. Volumes like input and output where their rows are not dense.
 /// - Threads: serial. Three steps of progress per slice: the largest label, the sizes, the copy.
 /// - Cost: two to three passes over the labels, one over the grey values.
 namespace NORV::TaviOperators::SmallObjectsRemover {

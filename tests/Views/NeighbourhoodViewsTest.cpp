@@ -52,7 +52,8 @@ const SetKeys nothing = [](IComposite&) {};
 TEST(NeighbourhoodViews, ErosionEqualsTheDenseRunForAllTypes) {
   const TestVolume<uint8> mask = makeMask({3, 2, 4});
   forEachVoxelType([&]<class T>() {
-    expectAnyView<T, T>("Erosion", {}, {19, 9, 8}, mixedValues<T>(997), withMask(mask, {2, 0, 1}));
+    const auto layouts = sizeof(T) == 1 || std::is_same_v<T, float32> ? allLayouts() : axisOrders();
+    expectAnyView<T, T>("Erosion", {}, {19, 9, 8}, mixedValues<T>(997), withMask(mask, {2, 0, 1}), layouts);
     // Without a NaN, but with zeros of both signs.
     auto zeros = fewValues<T>(997, 3);
     if constexpr (std::is_floating_point_v<T>) {
@@ -60,7 +61,7 @@ TEST(NeighbourhoodViews, ErosionEqualsTheDenseRunForAllTypes) {
         zeros[i] = -zeros[i];
       }
     }
-    expectAnyView<T, T>("Erosion", {}, {19, 9, 8}, zeros, withMask(mask, {2, 0, 1}));
+    expectAnyView<T, T>("Erosion", {}, {19, 9, 8}, zeros, withMask(mask, {2, 0, 1}), layouts);
   });
   const TestVolume<uint8> box({5, 5, 5}, denseLayout, 1);
   expectAnyView<uint8, uint8>("Erosion", {}, {70, 40, 41}, mixedValues<uint8>(9973), withMask(box, {2, 2, 2}),
@@ -74,7 +75,8 @@ TEST(NeighbourhoodViews, RankFiltersEqualTheDenseRun) {
   const TestVolume<uint8> large = makeMask({9, 8, 7});
   const auto few = axisOrders();
   for (const Extents& anchor : {Extents{2, 0, 1}, Extents{5, 1, 1}}) {  // also outside of the mask
-    expectAnyView<int8, int8>("HistogramUpdateErosion", {}, {70, 9, 8}, mixedValues<int8>(997), withMask(mask, anchor));
+    expectAnyView<int8, int8>("HistogramUpdateErosion", {}, {70, 9, 8}, mixedValues<int8>(997), withMask(mask, anchor),
+                              few);
     expectAnyView<uint16, uint16>("HistogramUpdateMedian", {}, {40, 9, 8}, mixedValues<uint16>(997),
                                   withMask(mask, anchor), few);
   }
@@ -115,7 +117,7 @@ TEST(NeighbourhoodViews, LabellingAndDistancesEqualTheDenseRun) {
     parameter.setValue("inputBackgroundValue", valueOf(uint8{0}));
   };
   const SetKeys object = [](IComposite& parameter) { parameter.setValue("inputObjectValue", valueOf(uint8{1})); };
-  for (const Extents& extents : {Extents{19, 9, 8}, Extents{7, 20, 9}}) {
+  for (const Extents& extents : {Extents{19, 9, 8}, Extents{7, 20, 9}}) {  // rows of bits, and voxels
     const auto voxels = fewValues<uint8>(997, 3);
     for (const std::string metric : {"Cityblock", "Chessboard"}) {
       expectAnyView<uint8, uint32>(metric + "ConnectedComponentsAnalysis", {"inputFirstVolume", "outputVolume"},
@@ -130,7 +132,7 @@ TEST(NeighbourhoodViews, LabelsThatRunOutEqualTheDenseRun) {
   const Extents extents{19, 9, 8};
   const auto run = [&](const Layout& layout) {
     const TestVolume<uint16> input(extents, layout);
-    input.fill(fewValues<uint16>(997, 2));
+    input.fill({0, 1});  // no two of these voxels have a common face
     const TestVolume<uint8> output(extents, layout);
     const std::vector<uint8> before(1, 9);
     const SetKeys set = [](IComposite& parameter) { parameter.setValue("inputBackgroundValue", valueOf(uint16{0})); };
@@ -186,6 +188,14 @@ TEST(NeighbourhoodViews, HistogramsEqualTheDenseRun) {
   expectAnyView<uint16, uint8>("KMeansHistogramSegmentation", {"inputVolume", "outputLabelVolume"}, {19, 9, 8}, voxels,
                                classes, axisOrders());
   expectAnyView<uint16, uint16>("HistogramEqualization", {}, {19, 9, 8}, voxels, range, axisOrders(), false);
+  for (const uint32 high : {90u, 4000000000u}) {  // counted in a table, or value by value
+    const SetKeys wide = [high](IComposite& parameter) {
+      parameter.setValue("inputMinimumThreshold", valueOf(uint32{2}));
+      parameter.setValue("inputMaximumThreshold", valueOf(high));
+    };
+    expectAnyView<uint32, uint32>("HistogramEqualization", {}, {19, 9, 8}, fewValues<uint32>(997, 100), wide,
+                                  axisOrders(), false);
+  }
 }
 
 /// The extremes as they are stored, in the order in which a host sees the voxels.

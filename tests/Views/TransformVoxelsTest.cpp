@@ -101,7 +101,7 @@ void expectTransformedInAllViews(const Extents& extents, bool isEachPair) {
   const auto codes = Tests::allOrientations();
   for (std::size_t i = 0; i < codes.size(); ++i) {
     for (std::size_t j = 0; j < codes.size(); j += isEachPair ? 1 : 7) {
-      expectTransformed<In, Out>(extents, codes[i], codes[(i + j) % codes.size()], turn % 3 == 0 ? 0 : 3, turn % 5 + 1);
+      expectTransformed<In, Out>(extents, codes[i], codes[(i + j) % codes.size()], turn % 3 == 0 ? 0 : 3, turn % 3 + 1);
       if (testing::Test::HasFatalFailure()) {
         return;
       }
@@ -113,9 +113,9 @@ void expectTransformedInAllViews(const Extents& extents, bool isEachPair) {
 TEST(TransformVoxels, AllPairsOfViewsForAllSizesOfVoxels) {
   const Extents extents{19, 5, 37};
   expectTransformedInAllViews<uint8, uint8>(extents, true);
-  expectTransformedInAllViews<uint16, uint16>(extents, true);
-  expectTransformedInAllViews<uint32, uint32>(extents, true);
-  expectTransformedInAllViews<uint64, uint64>(extents, true);
+  expectTransformedInAllViews<uint16, uint16>(extents, false);
+  expectTransformedInAllViews<uint32, uint32>(extents, false);
+  expectTransformedInAllViews<uint64, uint64>(extents, false);
   expectTransformedInAllViews<uint8, uint64>(extents, false);
   expectTransformedInAllViews<uint64, uint8>(extents, false);
 }

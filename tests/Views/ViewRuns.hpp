@@ -70,7 +70,7 @@ void expectAnyView(const std::string& name, const Keys& keys, const Extents& ext
   SizeType turn = 0;
   const auto expectSame = [&](const Layout& inputLayout, const Layout& outputLayout) {
     SCOPED_TRACE(inputLayout.name() + " to " + outputLayout.name());
-    expectSameVoxels(run(inputLayout, outputLayout, isParallel ? threadCounts()[turn++ % 5] : 1), expected);
+    expectSameVoxels(run(inputLayout, outputLayout, isParallel ? 1 + turn++ % 3 : 1), expected);
   };
   for (std::size_t i = 0; i < layouts.size() && !testing::Test::HasFailure(); ++i) {
     expectSame(layouts[i], layouts[i]);

@@ -24,7 +24,7 @@ TEST(VoxelWiseViews, EqualTheDenseRunForAllTypes) {
   forEachVoxelType([]<class T>() {
     for (const Extents& extents : {Extents{19, 9, 5}, Extents{1, 7, 6}, Extents{6, 1, 9}, Extents{5, 8, 1},
                                    Extents{1, 1, 4}, Extents{33, 18, 1}}) {
-      expectAnyView<T, T>("Saturation", {}, extents, mixedValues<T>(997), &setLimits<T>);
+      expectAnyView<T, T>("Saturation", {}, extents, mixedValues<T>(997), &setLimits<T>, axisOrders());
     }
   });
 }

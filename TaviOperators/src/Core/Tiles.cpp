@@ -67,10 +67,35 @@ void transposeTile(const std::byte* from, int64 fromStride, std::byte* to, int64
   }
 }
 
+/// Voxels are reversed within blocks of 16 bytes, and then the blocks.
+template <class T>
+void reverseRow(const std::byte* last, std::byte* to, SizeType count) {
+  const hn::ScalableTag<uint8> tag;
+  const SizeType lanes = hn::Lanes(tag) / sizeof(T);
+  alignas(16) uint8 mirrored[16];
+  for (SizeType i = 0; i < 16; ++i) {
+    mirrored[i] = static_cast<uint8>((16 / sizeof(T) - 1 - i / sizeof(T)) * sizeof(T) + i % sizeof(T));
+  }
+  const auto order = hn::LoadDup128(tag, mirrored);
+  // Upwards through memory, as the rows after it: a processor fetches ahead what is read in one direction.
+  const auto* const first = reinterpret_cast<const T*>(last) - (static_cast<int64>(count) - 1);
+  auto* const target = reinterpret_cast<T*>(to);
+  SizeType left = count;
+  for (; left >= lanes; left -= lanes) {
+    const auto voxels = hn::LoadU(tag, reinterpret_cast<const uint8*>(first + (count - left)));
+    hn::StoreU(hn::ReverseBlocks(tag, hn::TableLookupBytes(voxels, order)), tag,
+               reinterpret_cast<uint8*>(target + (left - lanes)));
+  }
+  for (; left > 0; --left) {
+    target[left - 1] = first[count - left];
+  }
+}
+
 // Set while the library loads, before any operator runs.
 [[maybe_unused]] const bool isSet = [] {
   if constexpr (hn::MaxLanes(Tag<uint8>()) == 16) {
-    kernels = {{&transposeTile<uint8>, &transposeTile<uint16>, &transposeTile<uint32>, &transposeTile<uint64>}};
+    kernels = {{&transposeTile<uint8>, &transposeTile<uint16>, &transposeTile<uint32>, &transposeTile<uint64>},
+               {&reverseRow<uint8>, &reverseRow<uint16>, &reverseRow<uint32>, &reverseRow<uint64>}};
   }
   return true;
 }();

@@ -20,7 +20,8 @@
 ///
 /// A. Rosenfeld, J. L. Pfaltz: Sequential Operations in Digital Picture Processing. Journal of the ACM 13 (1966).
 ///
-/// Extra memory: none, but a copy of an input that overlaps the output otherwise than voxel by voxel. One thread, as
+/// Extra memory: none, but a copy of an input that overlaps the output otherwise than voxel by voxel, and volumes like
+/// input and output where their rows are not dense. One thread, as
 /// each row needs the one before it; three steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
 

@@ -21,8 +21,8 @@
 /// A new label is needed for each voxel whose visited neighbours are all background, before it is known which of them
 /// meet further on: these raw labels must fit the output's voxel type, else NumericalOverflow is thrown and the output
 /// keeps them. The table of raw labels stays with the operator for the next run. Further memory: two bits per voxel of
-/// a slice, up to two bytes in narrow volumes, and a bit for each 64 voxels of a row, or less. One thread; two steps of
-/// progress per slice.
+/// a slice, up to two bytes in narrow volumes, and a bit for each 64 voxels of a row, or less; volumes like input
+/// and output where their rows are not dense. One thread; two steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
 
 /// Both operators report under one name.

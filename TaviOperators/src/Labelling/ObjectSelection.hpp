@@ -20,7 +20,7 @@
 ///
 /// Three passes over the volume: the largest label, the sizes, the copy. Extra memory: 8 bytes for each label up to the
 /// largest that occurs, whatever the number of objects; addresses are set aside for as many labels as voxels, 2^24 at
-/// most. One thread; three steps of progress per slice.
+/// most. And volumes like those whose rows are not dense. One thread; three steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
 
 /// `Traits` gives the names and `rule(sizes, protectedLabel, threshold)`, which may change the size of the protected

@@ -315,11 +315,9 @@ private:
   /// Also after an abort.
   static void store(int threads, const Relief<T>& relief, PaddedVolume<T>& padded, const View<T>& output) {
     Unstoppable unstoppable;
-    const View<T> results = padded.interior();
-    const View<const T> from{results.data,       results.dimPrim,   results.dimSec,    results.dimTert,
-                             results.stridePrim, results.strideSec, results.strideTert};
     transformVoxels(
-        unstoppable, threads, Steps::silent, [&relief](T x) { return relief.flip(x); }, output, from);
+        unstoppable, threads, Steps::silent, [&relief](T x) { return relief.flip(x); }, output,
+        readOnly(padded.interior()));
   }
 
   OperatorByName _shell;

@@ -45,11 +45,6 @@ Impl::View<T> withUnitAxesLast(const Impl::View<T>& view) {
   return {view.data, kept[0], kept[1], kept[2], keptStrides[0], keptStrides[1], keptStrides[2]};
 }
 
-template <class T>
-Impl::View<const T> asConst(const Impl::View<T>& view) {
-  return {view.data, view.dimPrim, view.dimSec, view.dimTert, view.stridePrim, view.strideSec, view.strideTert};
-}
-
 /// One run over views that are set up.
 template <class In, class Out>
 struct Job {
@@ -92,7 +87,7 @@ public:
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
 
-    // Also where an abort comes: all values lie between the extremes.
+    // Not to be aborted: what is counted are values between the extremes.
     Impl::Unstoppable copying;
     const Impl::KeptInput<In> kept(copying, threads, withUnitAxesLast(Impl::inputViewOf(std::as_const(*input))),
                                    Impl::RowLayout::dense);
@@ -157,7 +152,7 @@ private:
       immersion.setLastLabel(numbered);
       Impl::transformVoxels(
           *this, job.threads, Impl::Steps::silent, [](Out label) { return static_cast<L>(label); }, labels.interior(),
-          asConst(job.output));
+          Impl::readOnly(job.output));
     } else {
       markLowest(job, labels.interior());
       immersion.floodWaiting();
@@ -174,7 +169,7 @@ private:
     if (!this->isAborted()) {
       Impl::transformVoxels(
           *this, job.threads, Impl::Steps::silent, [](L label) { return static_cast<Out>(label); }, job.output,
-          asConst(labels.interior()));
+          Impl::readOnly(labels.interior()));
     }
     return immersion.lastLabel();
   }

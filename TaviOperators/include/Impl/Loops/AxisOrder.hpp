@@ -3,7 +3,6 @@
 #include <Impl/Loops/View.hpp>
 #include <Tavi/Position.hpp>
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdlib>
@@ -81,8 +80,11 @@ template <class T>
 AxisOrder storageOrder(const View<T>& view) {
   const auto strides = axisStrides(view);
   AxisOrder order;
-  std::stable_sort(order.axes.begin(), order.axes.end(),
-                   [&](std::size_t a, std::size_t b) { return std::abs(strides[a]) < std::abs(strides[b]); });
+  for (const std::size_t i : {0u, 1u, 0u}) {
+    if (std::abs(strides[order.axes[i + 1]]) < std::abs(strides[order.axes[i]])) {
+      std::swap(order.axes[i], order.axes[i + 1]);
+    }
+  }
   for (std::size_t i = 0; i < 3; ++i) {
     order.isReversed[i] = strides[order.axes[i]] < 0;
   }

@@ -32,16 +32,11 @@ public:
   void store(int threads) const {
     if (!isOutput()) {
       Unstoppable copying;
-      copyVoxels(copying, threads, asInput(), _output);
+      copyVoxels(copying, threads, readOnly(_view), _output);
     }
   }
 
 private:
-  View<const T> asInput() const {
-    return {_view.data,       _view.dimPrim,   _view.dimSec,    _view.dimTert,
-            _view.stridePrim, _view.strideSec, _view.strideTert};
-  }
-
   Tavi::Allocator::Block<T> _block;
   View<T> _output, _view;
 };

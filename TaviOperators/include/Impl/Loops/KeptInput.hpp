@@ -80,8 +80,7 @@ private:
     _block = Tavi::Allocator::SingleBlockAllocator::allocate<T>(extents);
     const View<T> dense = denseView(_block.getData(), extents);
     copyVoxels(self, threads, _view, dense);
-    _view = {dense.data,       dense.dimPrim,   dense.dimSec,    dense.dimTert,
-             dense.stridePrim, dense.strideSec, dense.strideTert};
+    _view = readOnly(dense);
   }
 
   Tavi::Allocator::Block<T> _block;

@@ -44,9 +44,13 @@ inline constexpr SizeType padBytes = 64;
 using Transpose = void (*)(const std::byte* from, int64 fromStride, std::byte* to, int64 toStride, SizeType rows,
                            SizeType columns);
 
+/// Writes `to[i] = last[-i]`.
+using Reverse = void (*)(const std::byte* last, std::byte* to, SizeType count);
+
 /// For voxels of 1, 2, 4 and 8 bytes.
 struct Kernels {
   Transpose transpose[4];
+  Reverse reverse[4];
 };
 
 template <class Voxel>
@@ -62,16 +66,33 @@ void transposePlainly(const std::byte* from, int64 fromStride, std::byte* to, in
   }
 }
 
+template <class Voxel>
+void reversePlainly(const std::byte* last, std::byte* to, SizeType count) {
+  const auto* const source = reinterpret_cast<const Voxel*>(last);
+  auto* const target = reinterpret_cast<Voxel*>(to);
+  for (SizeType i = 0; i < count; ++i) {
+    target[i] = *(source - i);
+  }
+}
+
 /// Set to vector code while a binary loads, if at all: plain loops give the same voxels, only slower.
 inline constinit Kernels kernels{{&transposePlainly<OpaqueVoxel<1>>, &transposePlainly<OpaqueVoxel<2>>,
-                                  &transposePlainly<OpaqueVoxel<4>>, &transposePlainly<OpaqueVoxel<8>>}};
+                                  &transposePlainly<OpaqueVoxel<4>>, &transposePlainly<OpaqueVoxel<8>>},
+                                 {&reversePlainly<OpaqueVoxel<1>>, &reversePlainly<OpaqueVoxel<2>>,
+                                  &reversePlainly<OpaqueVoxel<4>>, &reversePlainly<OpaqueVoxel<8>>}};
+
+/// Which kernel moves voxels of a type.
+template <class Voxel>
+constexpr std::size_t kernelOf = sizeof(Voxel) == 1   ? 0
+                                 : sizeof(Voxel) == 2 ? 1
+                                 : sizeof(Voxel) == 4 ? 2
+                                                      : 3;
 
 template <class Voxel>
 void transpose(const Voxel* from, int64 fromStride, Voxel* to, int64 toStride, SizeType rows, SizeType columnCount) {
-  constexpr std::size_t index = sizeof(Voxel) == 1 ? 0 : sizeof(Voxel) == 2 ? 1 : sizeof(Voxel) == 4 ? 2 : 3;
-  static_assert(sizeof(Voxel) == std::size_t{1} << index);
-  kernels.transpose[index](reinterpret_cast<const std::byte*>(from), fromStride, reinterpret_cast<std::byte*>(to),
-                           toStride, rows, columnCount);
+  static_assert(sizeof(Voxel) == std::size_t{1} << kernelOf<Voxel>);
+  kernels.transpose[kernelOf<Voxel>](reinterpret_cast<const std::byte*>(from), fromStride,
+                                     reinterpret_cast<std::byte*>(to), toStride, rows, columnCount);
 }
 
 /// How the rows of a view lie in memory.
@@ -121,9 +142,8 @@ template <class Voxel>
   const auto count = static_cast<int64>(place.columns);
   for (SizeType row = 0; row < place.rows; ++row, from += view.strideSec, to += toStride) {
     if (access == Access::reversed) {
-      for (int64 i = 0; i < count; ++i) {
-        to[i] = from[-i];
-      }
+      kernels.reverse[kernelOf<Voxel>](reinterpret_cast<const std::byte*>(from), reinterpret_cast<std::byte*>(to),
+                                       place.columns);
     } else {
       for (int64 i = 0; i < count; ++i) {
         to[i] = from[i * view.stridePrim];
