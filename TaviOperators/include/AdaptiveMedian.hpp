@@ -16,7 +16,7 @@
 /// - Halo: the extents of inputKernelVolume.
 /// - Memory: 8 bytes for each voxel of each kernel; a table of up to 4 n log(n)^2 bytes for each number n <= 512 of
 ///   kernel voxels that occurs; per thread up to 128 bytes for each voxel of the largest kernel. A copy of an input
-///   that shares voxels with the output.
+///   that shares voxels with the output. Likewise of inputs whose rows do not lie in memory as those of the output.
 /// - Threads: parallel over slices as threads become free, one step of progress each; the result does not depend on the
 ///   number of threads.
 /// - Cost: a selection network per kernel on vectors of voxels; grows with n log(n)^2 for kernels of n voxels.

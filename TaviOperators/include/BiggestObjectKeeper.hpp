@@ -15,7 +15,8 @@
 /// - Halo: whole volume.
 /// - Memory: 8 bytes for each label up to the largest, for each thread as long as all tables take no more than the
 ///   labels do; where one table is more than 128 MiB and has more labels than voxels, some 64 bytes for each label that
-///   occurs. A copy of an input that overlaps the output in another way than voxel by voxel.
+///   occurs. A copy of an input that overlaps the output in another way than voxel by voxel. Volumes like input and
+///   output where their rows are not dense.
 /// - Threads: as many as the runtime offers and there are tables, over slabs of slices; one for volumes below 131072
 ///   voxels. Three steps of progress per slice: the largest label, the sizes, the copy.
 /// - Cost: two to three passes over the labels, one over the grey values.

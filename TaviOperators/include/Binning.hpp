@@ -13,7 +13,8 @@
 ///   divide the extent of its axis; `std::invalid_argument` for float64 voxels and for volumes of different voxel
 ///   types.
 /// - Halo: whole volume.
-/// - Memory: none beyond the output; a copy of the output where a given one shares memory with the input.
+/// - Memory: none beyond the output; a copy of the output where a given one shares memory with the input. A copy of
+///   each input whose rows are not dense.
 /// - Threads: parallel over output slices, one step of progress each; the result does not depend on the number of
 ///   threads.
 /// - Cost: one pass at the speed of memory for small factors.

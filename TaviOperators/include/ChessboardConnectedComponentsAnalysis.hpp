@@ -15,7 +15,7 @@
 /// - Halo: whole volume.
 /// - Memory: a table of inputExpectedNumberOfLabels labels, which grows in such steps and stays with the operator; a
 ///   bit for each voxel, in words of 64 for each row and two words more. A copy of an input that overlaps the output in
-///   another way than voxel by voxel.
+///   another way than voxel by voxel. Volumes like input and output where their rows are not dense.
 /// - Threads: as many as the runtime offers, over slabs of slices; one for volumes below 65536 voxels, rows below 16
 ///   voxels, and where labels before merging are about to exceed the voxel type. Labels do not depend on the count. Two
 ///   steps of progress per slice: the labels, their final numbers.

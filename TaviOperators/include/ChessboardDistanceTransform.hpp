@@ -15,7 +15,7 @@
 ///   NULLPointer for a missing value, BadCast for one of another type.
 /// - Halo: whole volume.
 /// - Memory: none beyond the output, but a copy of an input that overlaps the output in another way than voxel by
-///   voxel.
+///   voxel. Volumes like input and output where their rows are not dense.
 /// - Threads: as many as the runtime offers, one slice each, some rows behind the slice before; one for volumes below
 ///   65536 voxels. Three steps of progress per slice.
 /// - Cost: two passes in place, forward and back.

@@ -14,7 +14,8 @@
 ///   the mask or a mask that is longer than the volume.
 /// - Halo: the extents of inputMask.
 /// - Memory: 9 bytes per voxel of the element; under larger elements up to twice as many slices per thread as the
-///   element has. A copy of an input or a mask that shares voxels with the output.
+///   element has. A copy of an input or a mask that shares voxels with the output. Likewise of an input whose rows do
+///   not lie in memory as those of the output.
 /// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.
 /// - Cost: under a box a few comparisons per voxel and axis; otherwise one comparison per voxel of the element at most,
 ///   with shared partial minima.

@@ -12,7 +12,7 @@
 /// - Failures: InvalidParameterObjectException for a missing volume; std::overflow_error for a thread count beyond
 ///   2147483647.
 /// - Halo: whole volume.
-/// - Memory: two values per slice.
+/// - Memory: two values per slice. A copy of a floating-point input whose rows are not dense.
 /// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.
 /// - Cost: one read at the speed of memory.
 namespace NORV::TaviOperators::ExtremeValueCalculation {

@@ -14,8 +14,8 @@
 ///   NULLPointer without inputHeight, BadCast for a height of another voxel type.
 /// - Halo: whole volume.
 /// - Memory: one volume with a shell of one voxel, and 8 bytes for each voxel that waits to be propagated: few in
-/// scans,
-///   up to one per voxel in noise. The output may be the input or share voxels with it.
+///   scans, up to one per voxel in noise. The output may be the input or share voxels with it. A copy of each input
+///   whose rows are not dense.
 /// - Threads: raster passes are parallel over slabs of slices, the propagation that follows is not; the result does not
 ///   depend on the number of threads. Progress counts the passes over the slices. After an abort a given outputVolume
 ///   holds values between the marker and the result.

@@ -12,9 +12,9 @@
 /// - Failures: InvalidParameterObjectException for a missing volume or mask, a mask without a voxel, or an outputVolume
 ///   of another voxel type; std::overflow_error for a thread count beyond 2147483647.
 /// - Halo: the extents of inputMask.
-/// - Memory: 16 bytes per voxel and 16 bytes per run of the element; counts of 2 KiB (8 bits) or 514 KiB (16 bits), or
-///   64 bytes per voxel of a small element, per thread. A copy of an input or a mask that shares voxels with the
-///   output.
+/// - Memory: 16 bytes per voxel and 16 bytes per run of the element; counts of 2 KiB (8 bits) or 514 KiB (16 bits),
+///   or 64 bytes per voxel of a small element, per thread. A copy of an input or a mask that shares voxels with the
+///   output. Likewise of an input whose rows do not lie in memory as those of the output.
 /// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.
 /// - Cost: per voxel, one count for each run of the element; small elements are ranked in vectors.
 /// - Paper: T. S. Huang, G. J. Yang, G. Y. Tang: A fast two-dimensional median filtering algorithm. IEEE Trans. ASSP 27

@@ -13,7 +13,8 @@
 ///   NULLPointer without inputDefaultValue, BadCast for one of another voxel type; `std::out_of_range` for an empty
 ///   input; `std::invalid_argument` for combinations of voxel types that do not exist.
 /// - Halo: whole volume.
-/// - Memory: per thread one plane of 4 or 8 bytes per pixel for the sums, and with a mask one of 8 for the counts.
+/// - Memory: per thread one plane of 4 or 8 bytes per pixel for the sums, and with a mask one of 8 for the counts. A
+///   copy of each input whose rows are not dense.
 /// - Threads: parallel over input slices. One step of progress per slice and per thread. Floating-point sums depend on
 ///   the number of threads that is asked for, as each adds up its own slices first; all others do not.
 /// - Cost: one pass at the speed of memory.

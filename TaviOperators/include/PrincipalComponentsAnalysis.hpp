@@ -17,7 +17,7 @@
 ///   another voxel type. Fewer than two selected voxels are no failure: numbers that do not exist are NaN then, and
 ///   outputDimension is empty.
 /// - Halo: whole volume.
-/// - Memory: 24 bytes per selected voxel, 40 per slice.
+/// - Memory: 24 bytes per selected voxel, 40 per slice. A copy of each input whose rows are not dense.
 /// - Threads: parallel over slices, two steps of progress each; the result does not depend on the number of threads.
 /// - Cost: two passes at the speed of memory, and one over the selected positions, or two with the box.
 /// - Paper: K. Pearson, On lines and planes of closest fit to systems of points in space, Philosophical Magazine 2,

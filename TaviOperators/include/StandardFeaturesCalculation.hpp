@@ -14,7 +14,8 @@
 ///   label; std::overflow_error for a label beyond the voxel type; std::bad_alloc before the result changes.
 /// - Halo: whole volume.
 /// - Memory: per thread a record of 144 bytes at most for each label of the range; where the range holds more than
-///   65536 labels and more than one for every 8 voxels, for each label that occurs. And the result.
+///   65536 labels and more than one for every 8 voxels, for each label that occurs. And the result. A copy of each
+///   input whose rows are not dense.
 /// - Threads: parallel over slices as threads become free, one step of progress each. With more than one thread the
 ///   last digits of sums of floating-point values may differ from run to run.
 /// - Cost: one pass at the speed of memory; runs of one label are measured at once.

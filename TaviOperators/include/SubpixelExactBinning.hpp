@@ -15,7 +15,8 @@
 /// - Failures: InvalidParameterObjectException without inputVolume or outputVolume, or with an empty input and an
 ///   output that is not; `std::invalid_argument` for float64 voxels and for volumes of different voxel types.
 /// - Halo: whole volume.
-/// - Memory: a few numbers per voxel of the three axes; a copy of the output where it shares memory with the input.
+/// - Memory: a few numbers per voxel of the three axes; a copy of the output where it shares memory with the input. A
+///   copy of each input whose rows are not dense.
 /// - Threads: parallel over output slices, one step of progress each; the result does not depend on the number of
 ///   threads.
 /// - Cost: some arithmetic operations per input voxel that a cell touches.

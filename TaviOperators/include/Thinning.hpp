@@ -16,7 +16,8 @@
 ///   NULLPointer without inputBinaryFalse or inputBinaryTrue, BadCast for such of another voxel type; InvalidData
 ///   "Volume is not binary!" for a voxel of a third value, before outputVolume is resized or written.
 /// - Halo: whole volume.
-/// - Memory: nine bits per voxel, and a shell of words. The output may be the input or share voxels with it.
+/// - Memory: nine bits per voxel, and a shell of words. The output may be the input or share voxels with it. Volumes
+///   like input and output where their rows are not dense.
 /// - Threads: the search for candidates is parallel over slices, the deletion is not; the result does not depend on the
 ///   number of threads. Progress is the share of candidates that have gone since the pass with the most.
 /// - Cost: a candidate is tested again only after a change among its neighbours; a pass reads one flag per row.

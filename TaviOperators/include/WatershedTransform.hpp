@@ -19,8 +19,9 @@
 ///   inputHugeMinimum has the output written before, and the numbering of the lowest level throws already if the
 ///   temporary labels of ChessboardConnectedComponentsAnalysis do not fit.
 /// - Halo: whole volume.
-/// - Memory: at most 16 bytes per voxel beyond input and output (6 to 13 in most volumes of 2^31 voxels or fewer), but
-///   up to 22 in bars that are 2 by 2 to 2 by 4 voxels thick. outputVolume may be inputVolume or share voxels with it.
+/// - Memory: at most 16 bytes per voxel beyond input and output (6 to 13 in most volumes of 2^31 voxels or fewer),
+///   but up to 22 in bars that are 2 by 2 to 2 by 4 voxels thick. outputVolume may be inputVolume or share voxels with
+///   it. A copy of each input whose rows are not dense.
 /// - Threads: sorting, writing and the labels of large levels are parallel; the result does not depend on the number of
 ///   threads. Progress counts the voxels of the levels that are done.
 /// - Cost: linear in the voxels where grey values have at most a quarter as many different values as there are voxels;

@@ -13,7 +13,8 @@
 ///   NULLPointer for a missing value, BadCast for one of another type; std::overflow_error for a thread count beyond
 ///   2147483647.
 /// - Halo: 1 voxel.
-/// - Memory: none beyond the output, but a copy of an input that shares voxels with it.
+/// - Memory: none beyond the output, but a copy of an input that shares voxels with it. Likewise of an input whose
+///   rows do not lie in memory as those of the output.
 /// - Threads: parallel over slices, or over rows where an extent is 1; each is a step of progress. The result does not
 ///   depend on the number of threads.
 /// - Cost: one pass at the speed of memory.

@@ -3,6 +3,7 @@
 #include <DistanceParameter.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/VoxelTypeDispatch.hpp>
+#include <Impl/Loops/DenseOutput.hpp>
 #include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/View.hpp>
 #include <Impl/Loops/Wavefront.hpp>
@@ -26,8 +27,9 @@
 /// Each row needs the one before it, and the rows around it of the slice before. So slices run in parallel, each some
 /// rows behind the one before it.
 ///
-/// Extra memory: none, but a copy of an input that overlaps the output otherwise than voxel by voxel. All threads that
-/// the runtime offers, for slices of a volume that is not small; three steps of progress per slice.
+/// Extra memory: none, but a copy of an input that overlaps the output otherwise than voxel by voxel, and volumes like
+/// input and output where their rows are not dense. All threads that the runtime offers, for slices of a volume that is
+/// not small; three steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
 
 /// What a voxel holds before a source reaches it, and at most afterwards: far enough below the largest value for the
@@ -136,11 +138,15 @@ public:
 private:
   void transform(const View<const In>& input, const View<Out>& output, In value) {
     const int threads = threadCount(0);
-    const KeptInput<In> source(*this, threads, input, output, Aliasing::identical);
+    const DenseOutput<Out> dense(output);
+    const KeptInput<In> source(*this, threads, input, dense.view(), Aliasing::identical, RowLayout::dense);
     constexpr SizeType leastVoxels = 32768;  // for one worker
     const SizeType workers = workersFor(threads, output.dimTert, output.size(), leastVoxels);
-    DistanceRun<Traits::neighbours, Out> run(*this, threads, workers, output);
+    DistanceRun<Traits::neighbours, Out> run(*this, threads, workers, dense.view());
     run.run(RowSources(value, run.startsBelowZero(), source.view()));
+    if (!this->isAborted()) {
+      dense.store(threads);
+    }
   }
 };
 

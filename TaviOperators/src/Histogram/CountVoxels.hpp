@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Impl/Loops/AxisOrder.hpp>
 #include <Impl/Loops/PerThread.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 #include <Impl/Loops/View.hpp>
@@ -15,8 +16,11 @@ using Tavi::Histogram::VoxelCounter;
 /// parallel over slices. After an abort the counts mean nothing. Extra memory: a VoxelCounter per thread.
 template <class T>
 std::vector<uint64> countVoxels(OperatorBase& self, int threads, Steps steps, const View<const T>& view) {
-  PerThread<VoxelCounter<T>> counters(threads, view.dimTert, [] { return VoxelCounter<T>(); });
-  forEachSlice(self, threads, view.dimTert, steps, [&](SizeType tert) { counters.mine().countSlice(view, tert); });
+  const View<const T> stored = inStorageOrder(view);
+  PerThread<VoxelCounter<T>> counters(threads, stored.dimTert, [] { return VoxelCounter<T>(); });
+  forEachPartOf(
+      self, threads, stored.dimTert, view.dimTert, steps,
+      [&](SizeType tert) { counters.mine().countSlice(stored, tert); }, Schedule::fixed);
   std::vector<uint64> counts(VoxelCounter<T>::bins);
   for (SizeType thread = 0; thread < counters.size(); ++thread) {
     counters[thread].addTo(counts.data());

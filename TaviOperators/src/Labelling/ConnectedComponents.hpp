@@ -2,6 +2,7 @@
 
 #include <ConnectedComponentsParameter.hpp>
 #include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/DenseOutput.hpp>
 #include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/Workers.hpp>
 #include <Operator.hpp>
@@ -23,8 +24,9 @@
 /// A new label is needed for each voxel whose visited neighbours are all background, before it is known which of them
 /// meet further on: these raw labels must fit the output's voxel type, else NumericalOverflow is thrown and the output
 /// keeps them. The table of raw labels stays with the operator for the next run. Further memory: a bit per voxel, in
-/// words of 64 and two more for each row. All threads that the runtime offers, for slabs of a volume that is not small;
-/// one where rows have less than 16 voxels or raw labels are about to run out. Two steps of progress per slice.
+/// words of 64 and two more for each row; volumes like input and output where their rows are not dense. All threads
+/// that the runtime offers, for slabs of a volume that is not small; one where rows have less than 16 voxels or raw
+/// labels are about to run out. Two steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
 
 /// Both operators report under one name.
@@ -239,12 +241,28 @@ public:
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
     _table.reset(parameter->inputExpectedNumberOfLabels.value());
 
-    const auto labels = viewOf(*output);
     const int threads = threadCount(0);
-    const KeptInput<In> source(*this, threads, viewOf(std::as_const(*input)), labels, Aliasing::identical);
-    ConnectedComponentsRun<Traits::neighbours, Out> run(*this, threads, labelSlabs(threads, labels), labels, _table,
-                                                        Traits::template overflow<In>());
-    parameter->outputNumberOfLabels = run.run(Foreground(source.view(), background));
+    const auto target = viewOf(*output);
+    const DenseOutput<Out> labels(target);
+    const KeptInput<In> source(*this, threads, viewOf(std::as_const(*input)), target, Aliasing::identical,
+                               RowLayout::dense);
+    const auto run = [&](const View<Out>& view) {
+      return ConnectedComponentsRun<Traits::neighbours, Out>(*this, threads, labelSlabs(threads, view), view, _table,
+                                                             Traits::template overflow<In>())
+          .run(Foreground(source.view(), background));
+    };
+    try {
+      parameter->outputNumberOfLabels = run(labels.view());
+    } catch (const Exceptions::NumericalOverflow&) {
+      if (!labels.isOutput()) {
+        _table.reset(parameter->inputExpectedNumberOfLabels.value());
+        run(target);  // fails at the same voxel, with the raw labels in the output
+      }
+      throw;
+    }
+    if (!this->isAborted()) {
+      labels.store(threads);
+    }
   }
 
 private:

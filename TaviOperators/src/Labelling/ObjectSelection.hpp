@@ -1,6 +1,8 @@
 #pragma once
 
 #include <Impl/Frame/Dispatch.hpp>
+#include <Impl/Loops/DenseOutput.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/View.hpp>
 #include <ObjectSelectionParameter.hpp>
 #include <Operator.hpp>
@@ -18,8 +20,9 @@
 ///
 /// Three passes over the volume: the largest label, the sizes, the copy. Extra memory: 8 bytes for each label up to the
 /// largest that occurs, whatever the number of objects; addresses are set aside for as many labels as voxels, 2^24 at
-/// most. Each thread counts in a table of its own, as long as all tables take no more memory than the labels do. All
-/// threads that the runtime offers, in volumes that are not small; three steps of progress per slice.
+/// most. Each thread counts in a table of its own, as long as all tables take no more memory than the labels do. And
+/// volumes like those whose rows are not dense. All threads that the runtime offers, in volumes that are not small;
+/// three steps of progress per slice.
 namespace NORV::TaviOperators::Impl {
 
 /// `Traits` gives the names and `rule(sizes, protectedLabel, threshold)`, which may change the size of the protected
@@ -56,9 +59,10 @@ public:
       parameter->outputNumberOfRemovedObjects = 0;
     }
 
-    const auto labelView = viewOf(std::as_const(*labels));
-    constexpr SizeType leastVoxels = 65536;  // for one thread
     const int threads = threadCount(0);
+    const KeptInput<L> measuredLabels(*this, threads, viewOf(std::as_const(*labels)), RowLayout::dense);
+    const auto& labelView = measuredLabels.view();
+    constexpr SizeType leastVoxels = 65536;  // for one thread
     SelectionRun run(*this, threads, workersFor(threads, labelView.dimTert, labelView.size(), leastVoxels),
                      labelView.dimTert);
     ObjectSizes sizes = ObjectMeasurement<L>(run, labelView).run();
@@ -67,15 +71,18 @@ public:
     }
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
-    const auto target = viewOf(*output);
+    const DenseOutput<T> dense(viewOf(*output));
+    const auto& target = dense.view();
     const KeptInput<L> keptLabels(*this, threads, labelView, target, Aliasing::identical);
-    const KeptInput<T> keptInput(*this, threads, viewOf(std::as_const(*input)), target, Aliasing::identical);
+    const KeptInput<T> keptInput(*this, threads, viewOf(std::as_const(*input)), target, Aliasing::identical,
+                                 RowLayout::dense);
     const SizeRule rule =
         Traits::rule(sizes, isProtecting && background < sizes.size() ? &sizes[background] : nullptr, threshold);
     const SelectedCopy<T, L> copy(sizes, rule, keptLabels.view(), keptInput.view(), target, substitution);
     if (!copy.run(run)) {
       return;
     }
+    dense.store(threads);
     if constexpr (hasThreshold) {
       parameter->outputNumberOfRemovedObjects = countRemoved(run, sizes, rule);
     }

@@ -20,7 +20,7 @@
 ///
 /// Extra memory: 16 bytes per voxel of the element and 16 bytes per run of it; counts of 2 KiB (8 bits) or 514 KiB (16
 /// bits), or 64 bytes per voxel of a small element, per thread; a copy of the input if it shares voxels with the
-/// output. Parallel over slices, each of which is a step.
+/// output or its rows lie along another axis or sense in memory. Parallel over slices, each of which is a step.
 namespace NORV::TaviOperators::Impl {
 
 /// `Traits::rank(count)` is the rank that is wanted among `count` voxels, 0 for the lowest. `Traits::Rows<T>` finds it
@@ -41,28 +41,34 @@ public:
     requireOutputClass<OutputPtr>(parameter->outputVolume.value());
     given.keepMask(parameter->outputVolume.value());
     const auto mask = inputViewOf(std::as_const(*given.mask));
-    SlidingMaskOffsets offsets(viewOf(*given.input), mask, given.anchor);
-    requireMaskVoxels(offsets.count, names);
+    const SlidingMaskOffsets shown(viewOf(*given.input), mask, given.anchor);
+    requireMaskVoxels(shown.count, names);
 
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), given.input->getDimension());
-    const InputPtr source = keptVolume(*this, given.threads, given.input, output, Aliasing::none);
-    if (source != given.input) {
-      offsets = SlidingMaskOffsets(viewOf(*source), mask, given.anchor);  // the strides of a copy are others
-    }
-    filter(cropped(inputViewOf(std::as_const(*source)), offsets.interior), cropped(viewOf(*output), offsets.interior),
-           offsets, given.threads);
+    const bool isAnchorInside =
+        given.anchor.prim < mask.dimPrim && given.anchor.sec < mask.dimSec && given.anchor.tert < mask.dimTert;
+    const RankViews<T> views(*this, given.threads, inputViewOf(std::as_const(*given.input)), viewOf(*output),
+                             isAnchorInside);
+    const ArrangedMask element(mask, given.anchor, views.order());
+    const SlidingMaskOffsets offsets(views.input(), element.view, element.anchor);
+    filter(cropped(views.input(), offsets.interior), cropped(views.output(), offsets.interior), offsets, given.threads,
+           shown.interior.size.tert);
     parameter->outputVolume = output;
   }
 
 private:
-  void filter(const View<const T>& from, const View<T>& to, const SlidingMaskOffsets& offsets, int threads) {
+  void filter(const View<const T>& from, const View<T>& to, const SlidingMaskOffsets& offsets, int threads,
+              SizeType slices) {
     using Rows = typename Traits::template Rows<T>;
-    this->setTotal(to.dimTert);
+    this->setTotal(slices);
+    const auto forEach = [&](const auto& slice) {
+      forEachPartOf(*this, threads, to.dimTert, slices, Steps::counted, slice, Schedule::fixed);
+    };
     if (from.hasDenseRows() && to.hasDenseRows() && to.size() != 0 && to.dimPrim >= Rows::lanes &&
         inVectors(offsets) < sliding(offsets, to.dimPrim)) {
       PerThread<Rows> rows(threads, to.dimTert, [&offsets] { return Rows(offsets.allOffsets); });
-      forEachSlice(*this, threads, to.dimTert, Steps::counted, [&](SizeType tert) {
+      forEach([&](SizeType tert) {
         for (SizeType sec = 0; sec < to.dimSec; ++sec) {
           rows.mine()(from.row(sec, tert), to.row(sec, tert), to.dimPrim);
         }
@@ -71,7 +77,7 @@ private:
     }
     const uint64 rank = Traits::rank(offsets.count);
     PerThread<RankCounts<T>> counts(threads, to.dimTert, [] { return RankCounts<T>(); });
-    forEachSlice(*this, threads, to.dimTert, Steps::counted, [&](SizeType tert) {
+    forEach([&](SizeType tert) {
       for (SizeType sec = 0; sec < to.dimSec; ++sec) {
         rankRow(counts.mine(), offsets, rank, from.row(sec, tert), from.stridePrim, to.row(sec, tert), to.stridePrim,
                 to.dimPrim);

@@ -138,9 +138,9 @@ public:
     }
   }
 
-  /// All indices are below the number of kernels.
-  void run(OperatorBase& self, int threads) {
-    self.setTotal(_output.dimTert);
+  /// All indices are below the number of kernels. The run counts so many steps, whatever its slices are.
+  void run(OperatorBase& self, int threads, SizeType steps) {
+    self.setTotal(steps);
     PerThread<Scratch> scratches(threads, _output.dimTert, [this] { return Scratch(*this); });
     const auto slice = [&](SizeType tert) {
       Scratch& scratch = scratches.mine();
@@ -150,7 +150,7 @@ public:
         }
       }
     };
-    forEachSlice(self, threads, _output.dimTert, Steps::counted, slice, Schedule::dynamic);
+    forEachPartOf(self, threads, _output.dimTert, steps, Steps::counted, slice, Schedule::dynamic);
   }
 
 private:

@@ -2,6 +2,7 @@
 
 #include <Tavi/Types.hpp>
 
+#include <bit>
 #include <type_traits>
 
 #ifdef TAVI_USE_HIGHWAY
@@ -18,6 +19,17 @@ using Tavi::SizeType;
 template <class T>
 T lower(T found, T voxel) {
   return found < voxel ? found : voxel;
+}
+
+/// Whether a row has a zero with a sign: which of two equal zeros is the minimum depends on their order.
+template <class T>
+[[gnu::noinline]] bool hasNegativeZero(const T* row, SizeType count) {
+  using Bits = std::conditional_t<sizeof(T) == 4, uint32, uint64>;
+  SizeType found = 0;
+  for (SizeType i = 0; i < count; ++i) {
+    found |= static_cast<SizeType>(std::bit_cast<Bits>(row[i]) == std::bit_cast<Bits>(T(-0.0)));
+  }
+  return found != 0;
 }
 
 /// Rows given by their offsets from one voxel.

@@ -3,6 +3,7 @@
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/ThreadCount.hpp>
 #include <Impl/Frame/Unstoppable.hpp>
+#include <Impl/Loops/AxisOrder.hpp>
 #include <Impl/Loops/Box.hpp>
 #include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/View.hpp>
@@ -34,6 +35,40 @@ struct RankArguments {
     Unstoppable copying;
     mask = keptBeforeResize(copying, threads, mask, VolumePointer(givenOutput));
   }
+};
+
+/// Input and output of a filter along the axes in which the output lies in memory, where the rows of both are dense.
+/// The input does not change while the output is written. Extra memory: a copy of the input where it shares voxels with
+/// the output or its rows are not those of the output.
+template <class T>
+class RankViews {
+public:
+  RankViews(OperatorBase& self, int threads, const View<const T>& input, const View<T>& output, bool mayArrange = true)
+      : _order(mayArrange ? commonOrder(output) : AxisOrder()),
+        _output(arranged(output, _order)),
+        _source(self, threads, arranged(input, _order), _output, Aliasing::none,
+                _output.hasDenseRows() ? RowLayout::dense : RowLayout::any) {}
+
+  const AxisOrder& order() const { return _order; }
+  const View<const T>& input() const { return _source.view(); }
+  const View<T>& output() const { return _output; }
+  /// The input along the axes of the views that were given.
+  View<const T> shownInput() const { return arranged(_source.view(), inverse(_order)); }
+
+private:
+  const AxisOrder _order;
+  const View<T> _output;
+  const KeptInput<T> _source;
+};
+
+/// The mask that fits arranged views.
+struct ArrangedMask {
+  View<const uint8> view;
+  Position<SizeType> anchor;
+
+  ArrangedMask(const View<const uint8>& mask, const Position<SizeType>& maskAnchor, const AxisOrder& order)
+      : view(arranged(mask, order)),
+        anchor(arranged(maskAnchor, axisExtents(mask), order)) {}
 };
 
 inline void requireMaskVoxels(SizeType count, const Names& names) {

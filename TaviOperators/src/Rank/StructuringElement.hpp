@@ -53,6 +53,20 @@ struct StructuringElement {
     }
   }
 
+  /// The offsets of its voxels from the anchor in a volume with the strides of a view, in mask order.
+  template <class T>
+  std::vector<int64> offsetsIn(const View<T>& volume) const {
+    std::vector<int64> offsets;
+    offsets.reserve(count);
+    for (const ElementRun& run : runs) {
+      for (SizeType i = 0; i < run.length; ++i) {
+        offsets.push_back((run.begin + static_cast<int64>(i)) * volume.stridePrim + run.sec * volume.strideSec +
+                          run.tert * volume.strideTert);
+      }
+    }
+    return offsets;
+  }
+
 private:
   static int64 fromAnchor(SizeType coordinate, SizeType anchor) {
     return static_cast<int64>(coordinate) - static_cast<int64>(anchor);

@@ -303,7 +303,9 @@ public:
     // The output is written last, so it may share voxels with the input.
     PaddedVolume<T> padded(input->getDimension());
     this->executeOperator(_shell, padded.requestShell(std::numeric_limits<T>::max()));
-    const Relief<T> relief(viewOf(std::as_const(*input)), Traits::extrema);
+    Unstoppable copying;
+    const KeptInput<T> kept(copying, threads, viewOf(std::as_const(*input)), RowLayout::dense);
+    const Relief<T> relief(kept.view(), Traits::extrema);
     Reconstruction<T>(*this, threads, relief, padded).run(height);
     store(threads, relief, padded, viewOf(*output));
     if (!this->isAborted()) {
@@ -315,11 +317,9 @@ private:
   /// Also after an abort.
   static void store(int threads, const Relief<T>& relief, PaddedVolume<T>& padded, const View<T>& output) {
     Unstoppable unstoppable;
-    const View<T> results = padded.interior();
-    const View<const T> from{results.data,       results.dimPrim,   results.dimSec,    results.dimTert,
-                             results.stridePrim, results.strideSec, results.strideTert};
     transformVoxels(
-        unstoppable, threads, Steps::silent, [&relief](T x) { return relief.flip(x); }, output, from);
+        unstoppable, threads, Steps::silent, [&relief](T x) { return relief.flip(x); }, output,
+        readOnly(padded.interior()));
   }
 
   OperatorByName _shell;

@@ -2,11 +2,15 @@
 #include <DLL/AdaptiveMedian.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+#include <Impl/Loops/AxisOrder.hpp>
 #include <Impl/Loops/KeptInput.hpp>
 #include <Tavi/Vector.hpp>
 
 #include <Rank/KernelMedians.hpp>
+#include <Rank/RankFilter.hpp>
 
+#include <algorithm>
+#include <atomic>
 #include <limits>
 #include <string>
 #include <utility>
@@ -19,14 +23,15 @@ constexpr Impl::Names names{"AdaptiveMedian"};
 /// Failure texts of a run use this name.
 constexpr Impl::Names namesInFailures{"AdaptiveLinearFilter"};
 
-/// Checks the kernels in their order and compiles each for an input.
+/// Checks the kernels in their order and compiles each for an input whose axes are arranged likewise.
 template <class KernelPtr>
-std::vector<Impl::KernelOffsets> compileKernels(const Kernels& kernels, const Impl::View<const std::byte>& input) {
+std::vector<Impl::KernelOffsets> compileKernels(const Kernels& kernels, const Impl::View<const std::byte>& input,
+                                                const Impl::AxisOrder& order = {}) {
   std::vector<Impl::KernelOffsets> compiled;
   for (const SmartPointer<IVolume>& volume : kernels) {
     const KernelPtr kernel(volume);
     Impl::requireGiven(kernel, namesInFailures.inApply(" invalid kernel volume"));
-    const auto view = Impl::inputViewOf(std::as_const(*kernel));
+    const auto view = arranged(Impl::inputViewOf(std::as_const(*kernel)), order);
     // One that is larger along some axes only fits nowhere.
     Impl::require(view.dimPrim <= input.dimPrim || view.dimSec <= input.dimSec || view.dimTert <= input.dimTert,
                   namesInFailures.inApply(" dataset is too small for this kernel!"));
@@ -65,18 +70,23 @@ public:
 
     Impl::requireOutputClass<OutputPtr>(parameter->outputVolume.value());
     const InputPtr source = Impl::keptBeforeResize(*this, threads, input, OutputPtr(parameter->outputVolume.value()));
-    const auto inputBytes = Impl::bytesOf(Impl::inputViewOf(std::as_const(*source)));
-    const auto compiled = compileKernels<KernelPtr>(*kernels, inputBytes);
+    const auto view = Impl::inputViewOf(std::as_const(*source));
+    static_cast<void>(compileKernels<KernelPtr>(*kernels, Impl::bytesOf(view)));
     checkIndices(threads, Impl::inputViewOf(std::as_const(*indices)), kernels->size());
 
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), source->getDimension());
-    const auto target = Impl::viewOf(*output);
-    const Impl::KeptInput<VoxelOf<IndexPtr>> keptIndices(*this, threads, Impl::inputViewOf(std::as_const(*indices)),
-                                                         target, Impl::Aliasing::none);
+    // What a copy that an abort left unfinished holds must not be used as an index.
+    Impl::Unstoppable copying;
+    const Impl::RankViews<T> views(copying, threads, view, Impl::viewOf(*output));
+    const auto inputBytes = Impl::bytesOf(views.input());
+    const auto compiled = compileKernels<KernelPtr>(*kernels, inputBytes, views.order());
+    const auto indexView = arranged(Impl::inputViewOf(std::as_const(*indices)), views.order());
+    const Impl::KeptInput<VoxelOf<IndexPtr>> keptIndices(copying, threads, indexView, views.output(),
+                                                         Impl::Aliasing::none, Impl::RowLayout::dense);
     Impl::KernelMedians<Key> medians(compiled, Impl::KeyBits<Key>::template of<T>(),
-                                     Impl::IndexRows(keptIndices.view()), inputBytes, Impl::bytesOf(target));
-    medians.run(*this, threads);
+                                     Impl::IndexRows(keptIndices.view()), inputBytes, Impl::bytesOf(views.output()));
+    medians.run(*this, threads, view.dimTert);
     parameter->outputVolume = output;  // also after an abort, with the slices that were done
   }
 
@@ -85,6 +95,9 @@ private:
   template <class Index>
   void checkIndices(int threads, const Impl::View<const Index>& indices, SizeType kernels) {
     if (std::numeric_limits<Index>::max() < kernels) {
+      return;
+    }
+    if (indices.stridePrim != 1 && !hasWrongIndex(threads, Impl::inStorageOrder(indices), kernels)) {
       return;
     }
     Impl::forEachSlice(*this, threads, indices.dimTert, Impl::Steps::silent, [&](SizeType tert) {
@@ -98,6 +111,25 @@ private:
         }
       }
     });
+  }
+
+  /// As fast as memory allows, without the place.
+  template <class Index>
+  bool hasWrongIndex(int threads, const Impl::View<const Index>& indices, SizeType kernels) {
+    std::atomic<bool> found = false;
+    Impl::forEachSlice(*this, threads, indices.dimTert, Impl::Steps::silent, [&](SizeType tert) {
+      Index largest = 0;
+      for (SizeType sec = 0; sec < indices.dimSec; ++sec) {
+        const Index* index = indices.row(sec, tert);
+        for (SizeType prim = 0; prim < indices.dimPrim; ++prim, index += indices.stridePrim) {
+          largest = std::max(largest, *index);
+        }
+      }
+      if (largest >= kernels) {
+        found.store(true, std::memory_order_relaxed);
+      }
+    });
+    return found;
   }
 };
 

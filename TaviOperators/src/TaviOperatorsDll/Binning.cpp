@@ -2,6 +2,7 @@
 #include <DLL/Binning.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 
 #include <Geometry/BlockSums.hpp>
@@ -35,7 +36,8 @@ public:
     const int threads = Impl::threadCount(parameter->inputNumberOfThreads.value());
     Impl::requireGiven(input, failure(withoutInput));
     const Triple<SizeType> factor = parameter->inputDownSamplingFactor.value();
-    const auto view = Impl::viewOf(std::as_const(*input));
+    const Impl::KeptInput<T> kept(*this, threads, Impl::viewOf(std::as_const(*input)), Impl::RowLayout::dense);
+    const auto& view = kept.view();
     Impl::require(
         divides(factor.prim, view.dimPrim) && divides(factor.sec, view.dimSec) && divides(factor.tert, view.dimTert),
         failure(" Volume dimensions not divisible by downsampling factor!"));

@@ -2,6 +2,8 @@
 #include <Erosion.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+#include <Impl/Loops/AxisOrder.hpp>
+#include <Impl/Loops/Box.hpp>
 #include <Impl/Loops/PerThread.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 #include <Tavi/MaskOffsets.hpp>
@@ -15,6 +17,7 @@
 #include <string>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace NORV::TaviOperators::Erosion {
 namespace {
@@ -36,39 +39,41 @@ public:
     Impl::RankArguments<InputPtr> given(*parameter, names);
     Impl::requireOutputClass<OutputPtr>(parameter->outputVolume.value());
     given.keepMask(parameter->outputVolume.value());
-    Offsets offsets(given.input, given.mask, given.anchor);
+    const Offsets offsets(given.input, given.mask, given.anchor);
     Impl::requireMaskVoxels(offsets.count(), names);
 
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), given.input->getDimension());
-    const InputPtr source = Impl::keptVolume(*this, given.threads, given.input, output, Impl::Aliasing::none);
-    if (source != given.input) {
-      offsets = Offsets(source, given.mask, given.anchor);  // the strides of a copy are others
-    }
-    erode(*source, *output, offsets, given.mask, given.anchor, given.threads);
+    erode(given, *output, {offsets.interiorSize(), offsets.interiorOrigin()});
     parameter->outputVolume = output;
   }
 
 private:
-  void erode(const typename InputPtr::Pointee& input, typename OutputPtr::Pointee& output, const Offsets& offsets,
-             const Impl::MaskPtr& mask, const Position<SizeType>& anchor, int threads) {
-    const Impl::Box interior{offsets.interiorSize(), offsets.interiorOrigin()};
-    const auto from = Impl::inputViewOf(input);
-    const auto to = Impl::cropped(Impl::viewOf(output), interior);
-    this->setTotal(to.dimTert);
-    const bool areDense = from.hasDenseRows() && to.hasDenseRows();
-    if (areDense && to.size() != 0 && erodeShared(from, to, interior, mask, anchor, threads)) {
+  void erode(const Impl::RankArguments<InputPtr>& given, typename OutputPtr::Pointee& output,
+             const Impl::Box& interior) {
+    const Impl::RankViews<T> views(*this, given.threads, Impl::inputViewOf(std::as_const(*given.input)),
+                                   Impl::viewOf(output));
+    const auto places = arranged(Impl::cropped(views.shownInput(), interior), views.order());
+    const auto to = arranged(Impl::cropped(Impl::viewOf(output), interior), views.order());
+    const auto forEach = [&, this](const auto& slice) {
+      Impl::forEachPartOf(*this, given.threads, to.dimTert, interior.size.tert, Impl::Steps::counted, slice,
+                          Impl::Schedule::fixed);
+    };
+    this->setTotal(interior.size.tert);
+    const bool areDense = places.hasDenseRows() && to.hasDenseRows();
+    if (areDense && to.size() != 0 && erodeShared(views, places, to, given, forEach)) {
       return;
     }
-    const auto places = Impl::cropped(from, interior);
-    Impl::forEachSlice(*this, threads, to.dimTert, Impl::Steps::counted, [&](SizeType tert) {
+    const auto mask = Impl::viewOf(std::as_const(*given.mask));
+    const std::vector<int64> offsets = Impl::StructuringElement(mask, given.anchor).offsetsIn(views.shownInput());
+    forEach([&](SizeType tert) {
       for (SizeType sec = 0; sec < to.dimSec; ++sec) {
         const T* const voxels = places.row(sec, tert);
         if (areDense) {
-          Impl::minimumDense(Impl::RowsAtOffsets<T>{voxels, offsets.offsets()}, offsets.count(), to.row(sec, tert),
+          Impl::minimumDense(Impl::RowsAtOffsets<T>{voxels, offsets.data()}, offsets.size(), to.row(sec, tert),
                              to.dimPrim);
         } else {
-          Impl::minimumStrided(voxels, places.stridePrim, offsets.offsets(), offsets.count(), to.row(sec, tert),
+          Impl::minimumStrided(voxels, places.stridePrim, offsets.data(), offsets.size(), to.row(sec, tert),
                                to.stridePrim, to.dimPrim);
         }
       }
@@ -76,32 +81,37 @@ private:
   }
 
   /// Returns false where that is not worth it or would give other voxels.
-  bool erodeShared(const Impl::View<const T>& input, const Impl::View<T>& output, const Impl::Box& interior,
-                   const Impl::MaskPtr& mask, const Position<SizeType>& anchor, int threads) {
-    const Impl::StructuringElement element(Impl::viewOf(std::as_const(*mask)), anchor);
+  template <class ForEach>
+  bool erodeShared(const Impl::RankViews<T>& views, const Impl::View<const T>& places, const Impl::View<T>& output,
+                   const Impl::RankArguments<InputPtr>& given, const ForEach& forEach) {
+    const Impl::ArrangedMask mask(Impl::viewOf(std::as_const(*given.mask)), given.anchor, views.order());
+    const Impl::StructuringElement element(mask.view, mask.anchor);
     const Impl::ErosionPlan plan(element);
-    if (!plan.pays(output.dimSec, output.dimTert, static_cast<SizeType>(Impl::teamSize(threads, output.dimTert)))) {
+    const auto team = static_cast<SizeType>(Impl::teamSize(given.threads, output.dimTert));
+    if (!plan.pays(output.dimSec, output.dimTert, team)) {
       return false;
     }
-    if (std::is_floating_point_v<T> && hasNaN(input, threads)) {
-      return false;
+    if constexpr (std::is_floating_point_v<T>) {
+      if (hasAny(views.input(), given.threads, &Impl::hasNaN<T>) ||
+          (views.order() != Impl::AxisOrder() && hasAny(views.input(), given.threads, &Impl::hasNegativeZero<T>))) {
+        return false;
+      }
     }
-    const auto at = [](SizeType origin, int64 low) { return static_cast<SizeType>(static_cast<int64>(origin) + low); };
-    auto first = input;
-    first.data = &input.at(at(interior.origin.prim, element.low[0]), at(interior.origin.sec, element.low[1]),
-                           at(interior.origin.tert, element.low[2]));
-    Impl::PerThread<Impl::SharedErosion<T>> workers(threads, output.dimTert,
+    auto first = places;
+    first.data +=
+        element.low[0] * places.stridePrim + element.low[1] * places.strideSec + element.low[2] * places.strideTert;
+    Impl::PerThread<Impl::SharedErosion<T>> workers(given.threads, output.dimTert,
                                                     [&] { return Impl::SharedErosion<T>(plan, first, output); });
-    Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted,
-                       [&workers](SizeType tert) { workers.mine().erode(tert); });
+    forEach([&workers](SizeType tert) { workers.mine().erode(tert); });
     return true;
   }
 
-  bool hasNaN(const Impl::View<const T>& input, int threads) {
+  /// Whether a row of the input has what `isFound(row, count)` looks for.
+  bool hasAny(const Impl::View<const T>& input, int threads, bool (*isFound)(const T*, SizeType)) {
     std::atomic<bool> found = false;
     Impl::forEachSlice(*this, threads, input.dimTert, Impl::Steps::silent, [&](SizeType tert) {
       for (SizeType sec = 0; sec < input.dimSec && !found.load(std::memory_order_relaxed); ++sec) {
-        if (Impl::hasNaN(input.row(sec, tert), input.dimPrim)) {
+        if (isFound(input.row(sec, tert), input.dimPrim)) {
           found.store(true, std::memory_order_relaxed);
         }
       }

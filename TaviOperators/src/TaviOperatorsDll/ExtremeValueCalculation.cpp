@@ -2,11 +2,15 @@
 #include <ExtremeValueCalculation.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+#include <Impl/Loops/AxisOrder.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 #include <Impl/Loops/View.hpp>
 
 #include <Measurement/RowExtremes.hpp>
 
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace NORV::TaviOperators::ExtremeValueCalculation {
@@ -73,13 +77,18 @@ public:
     const auto parameter = Impl::castParameter<Parameter>(composite, names.inApply());
     const InputPtr input(parameter->inputVolume.value());
     Impl::requireGiven(input, names.inApply(" input volume is NULL"));
-    const auto view = Impl::inputViewOf(*input);
-    this->setTotal(view.dimTert);
+    const SizeType steps = input->getDimTert();
+    this->setTotal(steps);
     const int threads = Impl::threadCount(parameter->inputNumberOfThreads.value());
 
+    // Where each slice begins matters if there is a NaN, and the first of two zeros counts.
+    constexpr auto layout = std::is_floating_point_v<T> ? Impl::RowLayout::dense : Impl::RowLayout::any;
+    const Impl::KeptInput<T> kept(*this, threads, Impl::inputViewOf(std::as_const(*input)), layout);
+    const auto view = std::is_floating_point_v<T> ? kept.view() : Impl::inStorageOrder(kept.view());
     std::vector<Extremes<T>> slices(view.dimTert);
-    Impl::forEachSlice(*this, threads, view.dimTert, Impl::Steps::counted,
-                       [&](SizeType tert) { slices[tert] = extremesOfSlice(view, tert); });
+    Impl::forEachPartOf(
+        *this, threads, view.dimTert, steps, Impl::Steps::counted,
+        [&](SizeType tert) { slices[tert] = extremesOfSlice(view, tert); }, Impl::Schedule::fixed);
 
     Extremes<T> all;
     if (!slices.empty()) {

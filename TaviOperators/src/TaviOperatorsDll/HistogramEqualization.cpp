@@ -3,6 +3,7 @@
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
 #include <Impl/Frame/Unstoppable.hpp>
+#include <Impl/Loops/AxisOrder.hpp>
 #include <Impl/Loops/PerThread.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 #include <Impl/Loops/TransformVoxels.hpp>
@@ -69,7 +70,8 @@ public:
 private:
   using View = Impl::View<const T>;
 
-  static Impl::CumulativeCounts count(const View& view, int threads, const Range& range) {
+  static Impl::CumulativeCounts count(const View& shown, int threads, const Range& range) {
+    const View view = Impl::inStorageOrder(shown);
     if constexpr (hasTable) {
       return countByType(view, threads, range);
     } else if (range.size() <= view.size()) {

@@ -1,6 +1,7 @@
 #include <DLL/MeanProjection.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <MeanProjection.hpp>
 
 #include <Geometry/ColumnSums.hpp>
@@ -45,7 +46,9 @@ public:
     Impl::require(givenMask == nullptr || mask != nullptr, names.inApply(" mask volume is of the wrong type"));
     Impl::require(mask == nullptr || mask->getDimension() == input->getDimension(),
                   names.inApply(" input volume and mask volume differ in size"));
-    const auto view = Impl::viewOf(std::as_const(*input));
+    const auto dense = Impl::RowLayout::dense;
+    const Impl::KeptInput<In> kept(*this, threads, Impl::viewOf(std::as_const(*input)), dense);
+    const auto& view = kept.view();
     const Dimension<SizeType> extents(view.dimPrim, view.dimSec, 1);
     const SmartPointer<IVolume> given = parameter->outputVolume.value();
     if (given != nullptr) {  // refuses another class before the work; the extents are checked after it
@@ -53,7 +56,9 @@ public:
     }
 
     this->setTotal(static_cast<SizeType>(threads) + view.dimTert);
-    const auto maskView = mask != nullptr ? Impl::viewOf(std::as_const(*mask)) : Impl::View<const uint8>();
+    const Impl::KeptInput<uint8> keptMask(
+        *this, threads, mask != nullptr ? Impl::viewOf(std::as_const(*mask)) : Impl::View<const uint8>(), dense);
+    const auto& maskView = keptMask.view();
     const auto project = [&](const auto& sums) {
       if (this->isAborted()) {
         return;

@@ -3,6 +3,7 @@
 #include <DLL/PrincipalComponentsAnalysis.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 #include <PrincipalComponentsAnalysis.hpp>
 
@@ -72,8 +73,9 @@ public:
     Impl::requireGiven(input, withoutInput());
     const T value = parameter->inputValue.template extractValue<T>();
     const int threads = Impl::threadCount(parameter->inputNumberOfThreads.value());
-    const auto view = Impl::viewOf(std::as_const(*input));
-    this->setTotal(2 * view.dimTert);
+    this->setTotal(2 * input->getDimTert());
+    const Impl::KeptInput<T> kept(*this, threads, Impl::viewOf(std::as_const(*input)), Impl::RowLayout::dense);
+    const auto& view = kept.view();
 
     std::vector<Impl::SliceSelection> slices(view.dimTert);
     Impl::forEachSlice(*this, threads, view.dimTert, Impl::Steps::counted,

@@ -2,6 +2,7 @@
 #include <Features.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/PerThread.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 #include <Impl/Loops/View.hpp>
@@ -66,25 +67,6 @@ void measureRow(const L* labels, const T* values, SizeType count, const std::arr
   });
 }
 
-/// Gathers rows that are not dense piece by piece: runs that a piece cuts are measured in parts.
-template <class L, class T, class Records>
-void measureStridedRow(const L* labels, int64 labelStride, const T* values, int64 valueStride, SizeType count,
-                       std::array<uint64, 3> place, const Impl::LabelRange<L>& range, const Records& records) {
-  constexpr SizeType piece = 256;
-  std::array<L, piece> denseLabels;
-  std::array<T, piece> denseValues;
-  while (place[0] < count) {
-    const SizeType part = std::min(piece, count - place[0]);
-    for (SizeType i = 0; i < part; ++i) {
-      const auto prim = static_cast<int64>(place[0] + i);
-      denseLabels[i] = labels[prim * labelStride];
-      denseValues[i] = values[prim * valueStride];
-    }
-    measureRow(denseLabels.data(), denseValues.data(), part, place, range, records);
-    place[0] += part;
-  }
-}
-
 /// The labels of a range that occur, in ascending order; what an aborted run leaves is incomplete.
 template <class L>
 std::vector<L> findLabels(const OperatorBase& self, const Impl::View<const L>& labels,
@@ -137,9 +119,12 @@ public:
                                     labelOf(parameter->inputMaximumLabel.value(), "inputMaximumLabel")};
     const int threads = Impl::threadCount(parameter->inputNumberOfThreads.value());
 
-    const auto labelView = Impl::inputViewOf(std::as_const(*labels));
-    const auto valueView = Impl::inputViewOf(std::as_const(*values));
-    this->setTotal(labelView.dimTert);
+    this->setTotal(labels->getDimTert());
+    const auto dense = Impl::RowLayout::dense;
+    const Impl::KeptInput<L> keptLabels(*this, threads, Impl::inputViewOf(std::as_const(*labels)), dense);
+    const Impl::KeptInput<T> keptValues(*this, threads, Impl::inputViewOf(std::as_const(*values)), dense);
+    const auto& labelView = keptLabels.view();
+    const auto& valueView = keptValues.view();
     // Records of labels that do not occur must not take more memory than the volumes.
     const SizeType span = range.from <= range.to ? SizeType{range.to} - range.from + 1 : 0;
     const bool isDense = span <= std::max<SizeType>(labelView.size() / 8, 65536);
@@ -182,18 +167,10 @@ private:
   template <class MyRecords>
   void measure(const Impl::View<const L>& labels, const Impl::View<const T>& values, const Impl::LabelRange<L>& range,
                int threads, const MyRecords& myRecords) {
-    const bool areDense = labels.hasDenseRows() && values.hasDenseRows();
     const auto slice = [&](SizeType tert) {
       const auto records = myRecords();
       for (SizeType sec = 0; sec < labels.dimSec; ++sec) {
-        const L* const labelRow = labels.row(sec, tert);
-        const T* const valueRow = values.row(sec, tert);
-        if (areDense) {
-          measureRow(labelRow, valueRow, labels.dimPrim, {0, sec, tert}, range, records);
-        } else {
-          measureStridedRow(labelRow, labels.stridePrim, valueRow, values.stridePrim, labels.dimPrim, {0, sec, tert},
-                            range, records);
-        }
+        measureRow(labels.row(sec, tert), values.row(sec, tert), labels.dimPrim, {0, sec, tert}, range, records);
       }
     };
     Impl::forEachSlice(*this, threads, labels.dimTert, Impl::Steps::counted, slice, Impl::Schedule::dynamic);

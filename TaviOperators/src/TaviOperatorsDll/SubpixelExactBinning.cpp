@@ -1,6 +1,7 @@
 #include <DLL/SubpixelExactBinning.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 #include <SubpixelExactBinning.hpp>
 
@@ -99,7 +100,8 @@ public:
     const int threads = Impl::threadCount(parameter->inputNumberOfThreads.value());
     Impl::requireGiven(input, failure(withoutInput));
     Impl::requireGiven(given, failure(withoutOutput));
-    const auto view = Impl::viewOf(std::as_const(*input));
+    const Impl::KeptInput<T> kept(*this, threads, Impl::viewOf(std::as_const(*input)), Impl::RowLayout::dense);
+    const auto& view = kept.view();
     const Dimension<SizeType> extents = given->getDimension();
     Impl::require(view.size() != 0 || extents.prim == 0, failure(" the InputVolume is empty"));
 

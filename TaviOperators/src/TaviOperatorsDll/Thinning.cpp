@@ -1,6 +1,8 @@
 #include <DLL/Thinning.hpp>
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
+#include <Impl/Loops/DenseOutput.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
 #include <Impl/Loops/View.hpp>
 #include <Tavi/Exceptions.hpp>
@@ -61,14 +63,21 @@ public:
     const auto extents = input->getDimension();
     Bits object({(extents.prim + Impl::voxelsPerWord - 1) / Impl::voxelsPerWord, extents.sec, extents.tert});
     this->executeOperator(_shell, object.requestShell(0));
-    read(threads, viewOf(std::as_const(*input)), object);
+    {
+      const Impl::KeptInput<T> dense(*this, threads, viewOf(std::as_const(*input)), Impl::RowLayout::dense);
+      if (!this->isAborted()) {
+        read(threads, dense.view(), object);
+      }
+    }
     if (this->isAborted()) {
       return;
     }
     const auto output = this->template checkOutputVolume<OutputPtr>(given, extents);
     Impl::ThinningPasses(*this, threads, object).run();
-    write(threads, object, viewOf(*output));
+    const Impl::DenseOutput<T> dense(viewOf(*output));
+    write(threads, object, dense.view());
     if (!this->isAborted()) {
+      dense.store(threads);
       parameter->outputVolume = output;
     }
   }

@@ -2,7 +2,9 @@
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
 #include <Impl/Frame/OperatorByName.hpp>
+#include <Impl/Frame/Unstoppable.hpp>
 #include <Impl/Frame/VoxelTypeDispatch.hpp>
+#include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/TransformVoxels.hpp>
 #include <WatershedTransform.hpp>
 
@@ -41,11 +43,6 @@ Impl::View<T> withUnitAxesLast(const Impl::View<T>& view) {
     }
   }
   return {view.data, kept[0], kept[1], kept[2], keptStrides[0], keptStrides[1], keptStrides[2]};
-}
-
-template <class T>
-Impl::View<const T> asConst(const Impl::View<T>& view) {
-  return {view.data, view.dimPrim, view.dimSec, view.dimTert, view.stridePrim, view.strideSec, view.strideTert};
 }
 
 /// One run over views that are set up.
@@ -90,12 +87,12 @@ public:
     const auto output =
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
 
-    Job<In, Out> job{withUnitAxesLast(Impl::inputViewOf(std::as_const(*input))),
-                     withUnitAxesLast(Impl::viewOf(*output)),
-                     0,
-                     0,
-                     parameter->inputIgnoreHighestGrayValue.value(),
-                     parameter->inputHugeMinimum.value(),
+    // Not to be aborted: what is counted are values between the extremes.
+    Impl::Unstoppable copying;
+    const Impl::KeptInput<In> kept(copying, threads, withUnitAxesLast(Impl::inputViewOf(std::as_const(*input))),
+                                   Impl::RowLayout::dense);
+    Job<In, Out> job{kept.view(), withUnitAxesLast(Impl::viewOf(*output)),        0,
+                     0,           parameter->inputIgnoreHighestGrayValue.value(), parameter->inputHugeMinimum.value(),
                      threads};
     if (!findExtremes(input, job)) {
       return;
@@ -155,7 +152,7 @@ private:
       immersion.setLastLabel(numbered);
       Impl::transformVoxels(
           *this, job.threads, Impl::Steps::silent, [](Out label) { return static_cast<L>(label); }, labels.interior(),
-          asConst(job.output));
+          Impl::readOnly(job.output));
     } else {
       markLowest(job, labels.interior());
       immersion.floodWaiting();
@@ -172,7 +169,7 @@ private:
     if (!this->isAborted()) {
       Impl::transformVoxels(
           *this, job.threads, Impl::Steps::silent, [](L label) { return static_cast<Out>(label); }, job.output,
-          asConst(labels.interior()));
+          Impl::readOnly(labels.interior()));
     }
     return immersion.lastLabel();
   }

@@ -3,6 +3,7 @@
 #include <Impl/Frame/Instances.hpp>
 #include <Impl/Frame/Unstoppable.hpp>
 #include <Impl/Frame/VoxelTypeDispatch.hpp>
+#include <Impl/Loops/AxisOrder.hpp>
 #include <Impl/Loops/FillVoxels.hpp>
 #include <Impl/Loops/KeptInput.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
@@ -100,17 +101,26 @@ public:
         this->template checkOutputVolume<OutputPtr>(parameter->outputVolume.value(), input->getDimension());
 
     Impl::Unstoppable filling;
-    const Impl::KeptInput<In> source(filling, threads, Impl::viewOf(std::as_const(*input)), Impl::viewOf(*output),
-                                     Impl::Aliasing::none);
-    Impl::fillVoxels(filling, threads, Impl::viewOf(*output), Out(0));
-    mark(source.view(), Impl::viewOf(*output), threads, edge, background);
+    const Impl::AxisOrder order = Impl::commonOrder(Impl::viewOf(*output));
+    const auto to = arranged(Impl::viewOf(*output), order);
+    const Impl::KeptInput<In> source(filling, threads, arranged(Impl::viewOf(std::as_const(*input)), order), to,
+                                     Impl::Aliasing::none, Impl::RowLayout::dense);
+    Impl::fillVoxels(filling, threads, to, Out(0));
+    mark(source.view(), to, threads, stepsOf(*input), edge, background);
     if (!this->isAborted()) {
       parameter->outputVolume = output;
     }
   }
 
 private:
-  void mark(Impl::View<const In> from, Impl::View<Out> to, int threads, Out edge, Out background) {
+  /// One for each slice, or each row of a flat volume.
+  static SizeType stepsOf(const typename InputPtr::Pointee& input) {
+    auto view = Impl::viewOf(input);
+    auto same = view;
+    return bringLongAxesFirst(view, same) ? view.dimSec : view.dimTert;
+  }
+
+  void mark(Impl::View<const In> from, Impl::View<Out> to, int threads, SizeType steps, Out edge, Out background) {
     const bool isFlat = bringLongAxesFirst(from, to);
     const auto markOne = [&](SizeType sec, SizeType tert) {
       const In* const row = from.row(sec, tert);
@@ -129,12 +139,14 @@ private:
     if (from.size() == 0) {
       return;
     }
-    const SizeType steps = isFlat ? from.dimSec : from.dimTert;
     this->setTotal(steps);
+    const auto forEach = [&, this](SizeType parts, const auto& part) {
+      Impl::forEachPartOf(*this, threads, parts, steps, Impl::Steps::counted, part, Impl::Schedule::fixed);
+    };
     if (isFlat) {
-      Impl::forEachSlice(*this, threads, steps, Impl::Steps::counted, [&](SizeType sec) { markOne(sec, 0); });
+      forEach(from.dimSec, [&](SizeType sec) { markOne(sec, 0); });
     } else {
-      Impl::forEachSlice(*this, threads, steps, Impl::Steps::counted, slice);
+      forEach(from.dimTert, slice);
     }
   }
 };

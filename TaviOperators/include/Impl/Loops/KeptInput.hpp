@@ -1,63 +1,71 @@
 #pragma once
 
+#include <Impl/Loops/AxisOrder.hpp>
 #include <Impl/Loops/Overlap.hpp>
 #include <Impl/Loops/SliceLoop.hpp>
+#include <Impl/Loops/Tiles.hpp>
+#include <Impl/Loops/TransformArranged.hpp>
 #include <Impl/Loops/View.hpp>
 #include <Tavi/Allocators.hpp>
 #include <Tavi/Volume.hpp>
 
-#include <algorithm>
 #include <cstddef>
+#include <cstring>
 
 /// Inputs as they were before a run, whatever the run writes to an output that may share memory with them.
 namespace NORV::TaviOperators::Impl {
 
-/// A voxel of a given size that is only moved, so that what copies is compiled once for each size.
-template <std::size_t bytes>
-struct OpaqueVoxel {
-  std::byte value[bytes];
+/// Voxels that are only moved.
+struct Move {
+  template <class Voxel>
+  Voxel operator()(const Voxel& voxel) const {
+    return voxel;
+  }
+  template <class Voxel>
+  void row(const Voxel* from, Voxel* to, SizeType count) const {
+    std::memcpy(to, from, count * sizeof(Voxel));
+  }
 };
 
 template <std::size_t bytes>
 [[gnu::noinline]] void copyOpaque(OperatorBase& self, int threads, const View<const OpaqueVoxel<bytes>>& from,
                                   const View<OpaqueVoxel<bytes>>& to) {
-  forEachSlice(self, threads, from.dimTert, Steps::silent, [&](SizeType tert) {
-    for (SizeType sec = 0; sec < from.dimSec; ++sec) {
-      const auto* source = from.row(sec, tert);
-      auto* target = to.row(sec, tert);
-      if (from.hasDenseRows() && to.hasDenseRows()) {
-        std::copy_n(source, from.dimPrim, target);
-      } else {
-        for (SizeType prim = 0; prim < from.dimPrim; ++prim) {
-          target[static_cast<int64>(prim) * to.stridePrim] = source[static_cast<int64>(prim) * from.stridePrim];
-        }
-      }
-    }
-  });
+  const AxisOrder order = commonOrder(to, from);
+  transformArranged({self, threads, Steps::silent, Schedule::fixed, to.dimTert}, Move(), arranged(to, order),
+                    arranged(from, order));
 }
 
 /// Copies between views of equal extents that share no voxel, in parallel. An aborted run leaves the copy unfinished.
 template <class T>
 void copyVoxels(OperatorBase& self, int threads, const View<const T>& from, const View<T>& to) {
   using Voxel = OpaqueVoxel<sizeof(T)>;
-  const auto opaque = [](const auto& view, auto* data) {
-    return View<std::remove_pointer_t<decltype(data)>>{
-        data, view.dimPrim, view.dimSec, view.dimTert, view.stridePrim, view.strideSec, view.strideTert};
-  };
-  copyOpaque<sizeof(T)>(self, threads, opaque(from, reinterpret_cast<const Voxel*>(from.data)),
-                        opaque(to, reinterpret_cast<Voxel*>(to.data)));
+  copyOpaque<sizeof(T)>(self, threads, opaqueView<const Voxel>(from), opaqueView<Voxel>(to));
+}
+
+/// What an operator needs of the rows of a view: nothing, or that the voxels of each lie one after the other.
+enum class RowLayout { any, dense };
+
+template <class T>
+bool hasRows(const View<T>& view, RowLayout needed) {
+  return needed == RowLayout::any || view.dimPrim <= 1 || view.hasDenseRows();
 }
 
 /// The view of an input, or of a copy where the input overlaps the output in a way that the operator does not tolerate:
 /// `identical` suits operators that read each voxel before they write the one at its position, `none` those that read
-/// neighbours. Extra memory: a volume like the input where it is copied.
+/// neighbours. It is copied, too, where its rows are not as needed. Extra memory: a volume like the input where it is
+/// copied.
 template <class T>
 class KeptInput {
 public:
   template <class Out>
-  KeptInput(OperatorBase& self, int threads, const View<const T>& input, const View<Out>& output, Aliasing tolerated)
-      : _view(input) {
-    if (aliasingOf(input, output) > tolerated) {
+  KeptInput(OperatorBase& self, int threads, const View<const T>& input, const View<Out>& output, Aliasing tolerated,
+            RowLayout needed = RowLayout::any)
+      : KeptInput(self, threads, input, aliasingOf(input, output) > tolerated || !hasRows(input, needed)) {}
+  /// As is or as a copy, where nothing is written meanwhile.
+  KeptInput(OperatorBase& self, int threads, const View<const T>& input, RowLayout needed)
+      : KeptInput(self, threads, input, !hasRows(input, needed)) {}
+  KeptInput(OperatorBase& self, int threads, const View<const T>& input, bool isCopied) : _view(input) {
+    if (isCopied) {
       copy(self, threads);
     }
   }
@@ -72,8 +80,7 @@ private:
     _block = Tavi::Allocator::SingleBlockAllocator::allocate<T>(extents);
     const View<T> dense = denseView(_block.getData(), extents);
     copyVoxels(self, threads, _view, dense);
-    _view = {dense.data,       dense.dimPrim,   dense.dimSec,    dense.dimTert,
-             dense.stridePrim, dense.strideSec, dense.strideTert};
+    _view = readOnly(dense);
   }
 
   Tavi::Allocator::Block<T> _block;

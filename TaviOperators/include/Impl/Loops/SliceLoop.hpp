@@ -108,4 +108,25 @@ void forEachSlice(OperatorBase& self, int threads, SizeType slices, Steps steps,
       [](const void* context, SizeType index) { (*static_cast<const Body*>(context))(index); }, std::addressof(body));
 }
 
+/// As `forEachSlice`, in parts that are not slices of the view: they count as its `slices` steps all the same, in
+/// proportion.
+template <class Body>
+void forEachPartOf(OperatorBase& self, int threads, SizeType parts, SizeType slices, Steps steps, const Body& body,
+                   Schedule schedule) {
+  if (steps == Steps::silent || parts == slices) {
+    forEachSlice(self, threads, parts, steps, body, schedule);
+    return;
+  }
+  std::atomic<SizeType> partsDone{0};
+  const auto stepsAfter = [&](SizeType done) { return done / parts * slices + done % parts * slices / parts; };
+  const auto counting = [&](SizeType part) {
+    body(part);
+    const SizeType done = partsDone.fetch_add(1, std::memory_order_relaxed);
+    for (SizeType step = stepsAfter(done); step < stepsAfter(done + 1); ++step) {
+      self.advance();
+    }
+  };
+  forEachSlice(self, threads, parts, Steps::silent, counting, schedule);
+}
+
 }  // namespace NORV::TaviOperators::Impl
