@@ -41,11 +41,11 @@ public:
     if constexpr (!coversAll) {
       _entries.resize(static_cast<SizeType>(to - from) + 1);
     }
-    for (int x = static_cast<int>(from); x <= to; ++x) {
+    for (int x = from; x <= to; ++x) {
       _entries[indexOf(static_cast<In>(x))] = rule(static_cast<In>(x));
     }
     if constexpr (coversAll) {
-      for (int x = static_cast<int>(std::numeric_limits<In>::min()); x < from; ++x) {
+      for (int x = std::numeric_limits<In>::min(); x < from; ++x) {
         _entries[indexOf(static_cast<In>(x))] = _entries[indexOf(from)];
       }
       for (int x = to + 1; x <= std::numeric_limits<In>::max(); ++x) {
