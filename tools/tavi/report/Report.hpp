@@ -131,7 +131,8 @@ inline constexpr SizeType mostPixels = 224, mostSlices = 32;
 /// The largest objects that the table lists.
 inline constexpr std::size_t mostObjects = 1000;
 
-/// The whole page in UTF-8. Throws what writing a PNG picture throws, and Interrupted. Memory: a few pages.
+/// The whole page in UTF-8. Throws Failure where a picture cannot be made or a volume has an unknown voxel type, and
+/// Interrupted. Memory: two to three times the page; volumes are read where they are.
 std::string html(Session& session, const Document& document);
 
 /// Writes the page beside its target and puts it in place when it is complete.
