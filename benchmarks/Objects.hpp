@@ -49,7 +49,7 @@ inline VolumePtr<uint8> makeBinaryScene(const std::string& scene, SizeType voxel
     const auto valueAt = scene == "balls" ? &ballAt : &noiseAt;
     return makeScene<uint8>(voxels, [=](auto... at) { return valueAt(at...) != 0 ? 1 : 0; });
   }
-  const SmartPointer<TaviOperators::RekGzReader::Parameter> parameter(new TaviOperators::RekGzReader::Parameter);
+  const Tavi::SmartPointer<TaviOperators::RekGzReader::Parameter> parameter(new TaviOperators::RekGzReader::Parameter);
   parameter->inputFilename = std::string(std::getenv("TAVI_BENCHMARK_FILE"));
   TaviOperators::DLL::RekGzReader::Operator().apply(parameter);
   const VolumePtr<uint8> volume(parameter->outputVolume.value());

@@ -75,7 +75,7 @@ private:
   template <class BeginSlice, class DoRow>
   void eachRowInTurn(const BeginSlice& beginSlice, const DoRow& doRow) {
     const SizeType slices = _steps.dimTert, rows = _steps.dimSec;
-    // All slices that run at the same time lie within some rows of each other, as few as a quarter of a slice.
+    // All slices that run at the same time lie within some rows of each other, a quarter of a slice at most.
     const SizeType piece = rows / (4 * _workers);
     // Several times what a slice takes, and what a thread of a busy machine waits for its turn.
     const std::chrono::nanoseconds patience(2000000 + 8 * _steps.dimPrim * rows);
