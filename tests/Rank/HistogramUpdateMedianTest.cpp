@@ -33,6 +33,37 @@ TEST(HistogramUpdateMedian, EqualsThePlainMedianForAllVoxelTypesElementsAndLayou
   checkAll<Frame, Parameter, uint16>(pick<uint16>);
 }
 
+/// Neighbouring positions share sorted parts of boxes; rows are longer and shorter than the strips that they are cut
+/// to.
+TEST(HistogramUpdateMedian, BoxesEqualThePlainMedian) {
+  const auto checkBox = []<class T>(const Extents& size, const Extents& extents, const Layout& layout,
+                                    SizeType threads) {
+    const Element box = fullBox(extents, {extents[0] / 2, extents[1] - 1, 0});
+    check<Frame, Parameter>(size, box, mixedValues<T>(20011, 5), layout, layout, {}, threads, pick<T>);
+  };
+  const std::vector<Extents> boxes{{5, 5, 5}, {4, 4, 4}, {2, 9, 6}, {5, 5, 3}, {3, 5, 5}, {6, 3, 7},
+                                   {7, 7, 1}, {9, 1, 7}, {5, 5, 4}, {6, 5, 5}, {7, 7, 7}, {9, 7, 8}};
+  for (const Extents& box : boxes) {
+    SCOPED_TRACE(std::to_string(box[0]) + " x " + std::to_string(box[1]) + " x " + std::to_string(box[2]));
+    for (const SizeType threads : {1u, 2u, 5u}) {
+      checkBox.operator()<uint8>({79, 11, 10}, box, {}, threads);
+      checkBox.operator()<uint16>({79, 11, 10}, box, {}, threads);
+    }
+    checkBox.operator()<uint8>({300, 10, 9}, box, regionLayout, 2);
+    checkBox.operator()<uint16>({131, 10, 9}, box, regionLayout, 2);
+  }
+}
+
+TEST(HistogramUpdateMedian, ABoxInsideALargerMaskEqualsThePlainMedian) {
+  Element element = fullBox({7, 6, 6}, {4, 3, 0});
+  for (SizeType i = 0; i < element.voxels.size(); ++i) {
+    const bool isInside = i % 7 >= 1 && i % 7 < 6 && i / 7 % 6 < 5 && i / 42 >= 1;
+    element.voxels[i] = isInside ? 1 : 0;
+  }
+  check<Frame, Parameter>({150, 9, 9}, element, mixedValues<uint8>(20011, 5), {}, {}, {}, 2, pick<uint8>);
+  check<Frame, Parameter>({150, 9, 9}, element, mixedValues<uint16>(20011, 5), {}, {}, {}, 2, pick<uint16>);
+}
+
 TEST(HistogramUpdateMedian, ElementsAndAnchorsOutsideTheVolumeAreNotRefusedAndTouchNothingElse) {
   checkOversized<Frame, Parameter, uint8>(pick<uint8>);
   checkOversized<Frame, Parameter, uint16>(pick<uint16>);

@@ -11,7 +11,6 @@
 #include <Rank/SharedErosion.hpp>
 #include <Rank/StructuringElement.hpp>
 
-#include <atomic>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -56,57 +55,51 @@ private:
     const auto from = Impl::inputViewOf(input);
     const auto to = Impl::cropped(Impl::viewOf(output), interior);
     this->setTotal(to.dimTert);
-    const bool areDense = from.hasDenseRows() && to.hasDenseRows();
-    if (areDense && to.size() != 0 && erodeShared(from, to, interior, mask, anchor, threads)) {
+    if (from.hasDenseRows() && to.hasDenseRows() && to.size() != 0 &&
+        erodeShared(from, to, offsets, Impl::StructuringElement(Impl::viewOf(std::as_const(*mask)), anchor), threads)) {
       return;
     }
     const auto places = Impl::cropped(from, interior);
-    Impl::forEachSlice(*this, threads, to.dimTert, Impl::Steps::counted, [&](SizeType tert) {
-      for (SizeType sec = 0; sec < to.dimSec; ++sec) {
-        const T* const voxels = places.row(sec, tert);
-        if (areDense) {
-          Impl::minimumDense(Impl::RowsAtOffsets<T>{voxels, offsets.offsets()}, offsets.count(), to.row(sec, tert),
-                             to.dimPrim);
-        } else {
-          Impl::minimumStrided(voxels, places.stridePrim, offsets.offsets(), offsets.count(), to.row(sec, tert),
-                               to.stridePrim, to.dimPrim);
-        }
-      }
-    });
+    Impl::forEachSlice(*this, threads, to.dimTert, Impl::Steps::counted,
+                       [&](SizeType tert) { erodeVoxelByVoxel(places, to, offsets, tert); });
   }
 
-  /// Returns false where that is not worth it or would give other voxels.
-  bool erodeShared(const Impl::View<const T>& input, const Impl::View<T>& output, const Impl::Box& interior,
-                   const Impl::MaskPtr& mask, const Position<SizeType>& anchor, int threads) {
-    const Impl::StructuringElement element(Impl::viewOf(std::as_const(*mask)), anchor);
+  /// One slice, all voxels of the element one after the other.
+  static void erodeVoxelByVoxel(const Impl::View<const T>& places, const Impl::View<T>& to, const Offsets& offsets,
+                                SizeType tert) {
+    const bool areDense = places.hasDenseRows() && to.hasDenseRows();
+    for (SizeType sec = 0; sec < to.dimSec; ++sec) {
+      const T* const voxels = places.row(sec, tert);
+      if (areDense) {
+        Impl::minimumDense(Impl::RowsAtOffsets<T>{voxels, offsets.offsets()}, offsets.count(), to.row(sec, tert),
+                           to.dimPrim);
+      } else {
+        Impl::minimumStrided(voxels, places.stridePrim, offsets.offsets(), offsets.count(), to.row(sec, tert),
+                             to.stridePrim, to.dimPrim);
+      }
+    }
+  }
+
+  /// Returns false where that is not worth it. What a NaN hides depends on the order of the voxels, which shared parts
+  /// do not keep: slices near one are eroded voxel by voxel.
+  bool erodeShared(const Impl::View<const T>& input, const Impl::View<T>& output, const Offsets& offsets,
+                   const Impl::StructuringElement& element, int threads) {
     const Impl::ErosionPlan plan(element);
     if (!plan.pays(output.dimSec, output.dimTert, static_cast<SizeType>(Impl::teamSize(threads, output.dimTert)))) {
       return false;
     }
-    if (std::is_floating_point_v<T> && hasNaN(input, threads)) {
-      return false;
-    }
-    const auto at = [](SizeType origin, int64 low) { return static_cast<SizeType>(static_cast<int64>(origin) + low); };
-    auto first = input;
-    first.data = &input.at(at(interior.origin.prim, element.low[0]), at(interior.origin.sec, element.low[1]),
-                           at(interior.origin.tert, element.low[2]));
+    const auto places = Impl::cropped(input, {offsets.interiorSize(), offsets.interiorOrigin()});
+    auto first = places;
+    first.data +=
+        element.low[0] * input.stridePrim + element.low[1] * input.strideSec + element.low[2] * input.strideTert;
     Impl::PerThread<Impl::SharedErosion<T>> workers(threads, output.dimTert,
                                                     [&] { return Impl::SharedErosion<T>(plan, first, output); });
-    Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted,
-                       [&workers](SizeType tert) { workers.mine().erode(tert); });
-    return true;
-  }
-
-  bool hasNaN(const Impl::View<const T>& input, int threads) {
-    std::atomic<bool> found = false;
-    Impl::forEachSlice(*this, threads, input.dimTert, Impl::Steps::silent, [&](SizeType tert) {
-      for (SizeType sec = 0; sec < input.dimSec && !found.load(std::memory_order_relaxed); ++sec) {
-        if (Impl::hasNaN(input.row(sec, tert), input.dimPrim)) {
-          found.store(true, std::memory_order_relaxed);
-        }
+    Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted, [&](SizeType tert) {
+      if (!workers.mine().erode(tert)) {
+        erodeVoxelByVoxel(places, output, offsets, tert);
       }
     });
-    return found;
+    return true;
   }
 };
 
