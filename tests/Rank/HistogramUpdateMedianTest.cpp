@@ -54,6 +54,33 @@ TEST(HistogramUpdateMedian, BoxesEqualThePlainMedian) {
   }
 }
 
+/// Under large boxes thresholds are tried tile by tile; the second element has more voxels in a plane than 8 bits
+/// count.
+TEST(HistogramUpdateMedian, LargeBoxesEqualThePlainMedian) {
+  for (const SizeType threads : {1u, 2u, 5u}) {
+    check<Frame, Parameter>({150, 27, 30}, fullBox({9, 9, 9}, {4, 8, 0}), mixedValues<uint8>(20011, 5), {}, {}, {},
+                            threads, pick<uint8>);
+  }
+  check<Frame, Parameter>({31, 22, 21}, fullBox({11, 17, 18}, {0, 3, 4}), mixedValues<uint8>(20011, 7), {}, {}, {}, 2,
+                          pick<uint8>);
+  check<Frame, Parameter>({40, 22, 21}, fullBox({9, 13, 11}, {8, 3, 4}), mixedValues<uint8>(20011, 7), regionLayout,
+                          regionLayout, {}, 2, pick<uint8>);
+  check<Frame, Parameter>({40, 18, 19}, fullBox({12, 10, 12}, {8, 3, 4}), std::vector<uint8>(20011, 200), {}, {}, {}, 2,
+                          pick<uint8>);
+}
+
+/// Rows shorter than a vector are ranked together.
+TEST(HistogramUpdateMedian, ShortRowsEqualThePlainMedian) {
+  for (const SizeType length : {3u, 5u, 9u, 14u, 16u, 17u, 31u, 40u}) {
+    for (const Layout& layout : {denseLayout, regionLayout}) {
+      check<Frame, Parameter>({length, 13, 7}, fullBox({3, 3, 3}, {1, 1, 1}), mixedValues<uint8>(20011, 5), layout, {},
+                              {}, 2, pick<uint8>);
+      check<Frame, Parameter>({length, 13, 7}, scattered({3, 3, 3}, {2, 0, 1}, 5), mixedValues<uint16>(20011, 5),
+                              layout, layout, {}, 1, pick<uint16>);
+    }
+  }
+}
+
 TEST(HistogramUpdateMedian, ABoxInsideALargerMaskEqualsThePlainMedian) {
   Element element = fullBox({7, 6, 6}, {4, 3, 0});
   for (SizeType i = 0; i < element.voxels.size(); ++i) {

@@ -15,8 +15,12 @@ using Tavi::Histogram::VoxelCounter;
 /// parallel over slices. After an abort the counts mean nothing. Extra memory: a VoxelCounter per thread.
 template <class T>
 std::vector<uint64> countVoxels(OperatorBase& self, int threads, Steps steps, const View<const T>& view) {
-  PerThread<VoxelCounter<T>> counters(threads, view.dimTert, [] { return VoxelCounter<T>(); });
-  forEachSlice(self, threads, view.dimTert, steps, [&](SizeType tert) { counters.mine().countSlice(view, tert); });
+  constexpr double nanosecondsPerVoxel = 0.5;
+  const LoopTime time = LoopTime::of(view.size(), nanosecondsPerVoxel);
+  PerThread<VoxelCounter<T>> counters(
+      threads, view.dimTert, [] { return VoxelCounter<T>(); }, time);
+  forEachSlice(self, threads, view.dimTert, steps, time,
+               [&](SizeType tert) { counters.mine().countSlice(view, tert); });
   std::vector<uint64> counts(VoxelCounter<T>::bins);
   for (SizeType thread = 0; thread < counters.size(); ++thread) {
     counters[thread].addTo(counts.data());

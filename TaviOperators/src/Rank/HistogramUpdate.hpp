@@ -10,6 +10,11 @@
 #include <Rank/RankFilter.hpp>
 #include <Rank/StructuringElement.hpp>
 
+#include <algorithm>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
 /// Filters that write to each voxel one rank of the voxels under a structuring element, whose anchor lies at that
 /// voxel. Under large elements the counts of grey values slide along the rows: only what enters and leaves the element
 /// with a step is counted (T. S. Huang, G. J. Yang, G. Y. Tang, A fast two-dimensional median filtering algorithm, IEEE
@@ -20,8 +25,9 @@
 /// An element that does not fit into the volume writes nothing.
 ///
 /// Extra memory: 16 bytes per voxel of the element and 16 bytes per run of it; counts of 2 KiB (8 bits) or 514 KiB (16
-/// bits), or 64 bytes per voxel of a small element, per thread; a copy of the input if it shares voxels with the
-/// output. Parallel over slices, each of which is a step.
+/// bits), or 64 bytes per voxel of a small element, or what the way for boxes takes, per thread; a slice per thread
+/// where rows are shorter than a vector; a copy of the input if it shares voxels with the output. Parallel over slices,
+/// each of which is a step.
 namespace NORV::TaviOperators::Impl {
 
 /// `Traits::rank(count)` is the rank that is wanted among `count` voxels, 0 for the lowest. `Traits::Rows<T>` finds it
@@ -58,33 +64,78 @@ public:
   }
 
 private:
+  using Rows = typename Traits::template Rows<T>;
+
   void filter(const View<const T>& from, const View<T>& to, const SlidingMaskOffsets& offsets,
               const StructuringElement& element, int threads) {
-    using Rows = typename Traits::template Rows<T>;
     this->setTotal(to.dimTert);
     const bool areDense = from.hasDenseRows() && to.hasDenseRows() && to.size() != 0;
-    const bool prefersVectors = to.dimPrim >= Rows::lanes && inVectors(offsets) < sliding(offsets, to.dimPrim);
+    const VectorSpan span(from, to);
+    const double vectorSteps = span.share * inVectors(offsets), slidingSteps = sliding(offsets, to.dimPrim);
+    const bool prefersVectors = span.length >= Rows::lanes && vectorSteps < slidingSteps;
+    const double steps = prefersVectors ? vectorSteps : slidingSteps;
     if constexpr (requires { typename Traits::template Boxes<T>; }) {
-      const double steps = prefersVectors ? inVectors(offsets) : sliding(offsets, to.dimPrim);
       if (areDense && element.isBox() && Traits::template Boxes<T>::run(*this, threads, from, to, element, steps)) {
         return;
       }
     }
+    constexpr double nanosecondsPerStep = 0.3;
+    const LoopTime time = LoopTime::of(to.size(), nanosecondsPerStep * steps);
     if (areDense && prefersVectors) {
-      PerThread<Rows> rows(threads, to.dimTert, [&offsets] { return Rows(offsets.allOffsets); });
-      forEachSlice(*this, threads, to.dimTert, Steps::counted, [&](SizeType tert) {
-        for (SizeType sec = 0; sec < to.dimSec; ++sec) {
-          rows.mine()(from.row(sec, tert), to.row(sec, tert), to.dimPrim);
-        }
-      });
+      filterInVectors(from, to, offsets, span, threads, time);
       return;
     }
     const uint64 rank = Traits::rank(offsets.count);
-    PerThread<RankCounts<T>> counts(threads, to.dimTert, [] { return RankCounts<T>(); });
-    forEachSlice(*this, threads, to.dimTert, Steps::counted, [&](SizeType tert) {
+    PerThread<RankCounts<T>> counts(
+        threads, to.dimTert, [] { return RankCounts<T>(); }, time);
+    forEachSlice(*this, threads, to.dimTert, Steps::counted, time, [&](SizeType tert) {
       for (SizeType sec = 0; sec < to.dimSec; ++sec) {
         rankRow(counts.mine(), offsets, rank, from.row(sec, tert), from.stridePrim, to.row(sec, tert), to.stridePrim,
                 to.dimPrim);
+      }
+    });
+  }
+
+  /// What is ranked at once: a row, or where rows are shorter than a vector but follow each other closely, a slice as
+  /// if it were one row. What is ranked between rows is not used.
+  struct VectorSpan {
+    bool isSlice = false;
+    SizeType length;
+    double share = 1.0;  ///< positions per voxel
+
+    VectorSpan(const View<const T>& from, const View<T>& to) : length(to.dimPrim) {
+      const auto row = static_cast<int64>(to.dimPrim);
+      if (to.size() != 0 && length < Rows::lanes && from.strideSec >= row && from.strideSec <= 2 * row) {
+        isSlice = true;
+        length += (to.dimSec - 1) * static_cast<SizeType>(from.strideSec);
+        share = static_cast<double>(from.strideSec) / static_cast<double>(row);
+      }
+    }
+  };
+
+  void filterInVectors(const View<const T>& from, const View<T>& to, const SlidingMaskOffsets& offsets,
+                       const VectorSpan& span, int threads, LoopTime time) {
+    struct Worker {
+      Rows rows;
+      std::vector<T> slice;
+    };
+    PerThread<Worker> workers(
+        threads, to.dimTert,
+        [&] {
+          return Worker{Rows(offsets.allOffsets), std::vector<T>(span.isSlice ? span.length : 0)};
+        },
+        time);
+    forEachSlice(*this, threads, to.dimTert, Steps::counted, time, [&](SizeType tert) {
+      Worker& worker = workers.mine();
+      if (span.isSlice) {
+        worker.rows(from.row(0, tert), worker.slice.data(), span.length);
+      }
+      for (SizeType sec = 0; sec < to.dimSec; ++sec) {
+        if (span.isSlice) {
+          std::copy_n(worker.slice.data() + sec * static_cast<SizeType>(from.strideSec), to.dimPrim, to.row(sec, tert));
+        } else {
+          worker.rows(from.row(sec, tert), to.row(sec, tert), to.dimPrim);
+        }
       }
     });
   }

@@ -108,7 +108,8 @@ private:
     constexpr SizeType rowsWorthATeam = 256;
     const auto extents = _object.extents();
     const bool isWorthATeam = _pass < directions || _changedRows >= rowsWorthATeam;
-    forEachSlice(_self, isWorthATeam ? _threads : 1, extents.tert, Steps::silent, [&](SizeType tert) {
+    const LoopTime time = isWorthATeam ? LoopTime() : LoopTime{0};
+    forEachSlice(_self, _threads, extents.tert, Steps::silent, time, [&](SizeType tert) {
       SizeType count = 0;
       for (SizeType sec = 0; sec < extents.sec; ++sec) {
         count += findInRow(_object.offset(0, sec, tert), direction);

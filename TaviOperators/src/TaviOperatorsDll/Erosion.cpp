@@ -55,12 +55,14 @@ private:
     const auto from = Impl::inputViewOf(input);
     const auto to = Impl::cropped(Impl::viewOf(output), interior);
     this->setTotal(to.dimTert);
-    if (from.hasDenseRows() && to.hasDenseRows() && to.size() != 0 &&
+    constexpr double nanosecondsPerVoxel = 0.1, nanosecondsOfPlan = 2000.0;
+    const auto time = Impl::LoopTime::of(to.size() * offsets.count(), nanosecondsPerVoxel);
+    if (from.hasDenseRows() && to.hasDenseRows() && time.nanoseconds > nanosecondsOfPlan &&
         erodeShared(from, to, offsets, Impl::StructuringElement(Impl::viewOf(std::as_const(*mask)), anchor), threads)) {
       return;
     }
     const auto places = Impl::cropped(from, interior);
-    Impl::forEachSlice(*this, threads, to.dimTert, Impl::Steps::counted,
+    Impl::forEachSlice(*this, threads, to.dimTert, Impl::Steps::counted, time,
                        [&](SizeType tert) { erodeVoxelByVoxel(places, to, offsets, tert); });
   }
 
@@ -84,17 +86,20 @@ private:
   /// do not keep: slices near one are eroded voxel by voxel.
   bool erodeShared(const Impl::View<const T>& input, const Impl::View<T>& output, const Offsets& offsets,
                    const Impl::StructuringElement& element, int threads) {
+    constexpr double nanosecondsPerVoxel = 1.0;
+    const auto time = Impl::LoopTime::of(output.size(), nanosecondsPerVoxel);
     const Impl::ErosionPlan plan(element);
-    if (!plan.pays(output.dimSec, output.dimTert, static_cast<SizeType>(Impl::teamSize(threads, output.dimTert)))) {
+    if (!plan.pays(output.dimSec, output.dimTert,
+                   static_cast<SizeType>(Impl::teamSize(threads, output.dimTert, time)))) {
       return false;
     }
     const auto places = Impl::cropped(input, {offsets.interiorSize(), offsets.interiorOrigin()});
     auto first = places;
     first.data +=
         element.low[0] * input.stridePrim + element.low[1] * input.strideSec + element.low[2] * input.strideTert;
-    Impl::PerThread<Impl::SharedErosion<T>> workers(threads, output.dimTert,
-                                                    [&] { return Impl::SharedErosion<T>(plan, first, output); });
-    Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted, [&](SizeType tert) {
+    Impl::PerThread<Impl::SharedErosion<T>> workers(
+        threads, output.dimTert, [&] { return Impl::SharedErosion<T>(plan, first, output); }, time);
+    Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted, time, [&](SizeType tert) {
       if (!workers.mine().erode(tert)) {
         erodeVoxelByVoxel(places, output, offsets, tert);
       }

@@ -78,7 +78,9 @@ public:
     const int threads = Impl::threadCount(parameter->inputNumberOfThreads.value());
 
     std::vector<Extremes<T>> slices(view.dimTert);
+    constexpr double nanosecondsPerVoxel = 0.1;
     Impl::forEachSlice(*this, threads, view.dimTert, Impl::Steps::counted,
+                       Impl::LoopTime::of(view.size(), nanosecondsPerVoxel),
                        [&](SizeType tert) { slices[tert] = extremesOfSlice(view, tert); });
 
     Extremes<T> all;

@@ -21,7 +21,9 @@ struct OpaqueVoxel {
 template <std::size_t bytes>
 [[gnu::noinline]] void copyOpaque(OperatorBase& self, int threads, const View<const OpaqueVoxel<bytes>>& from,
                                   const View<OpaqueVoxel<bytes>>& to) {
-  forEachSlice(self, threads, from.dimTert, Steps::silent, [&](SizeType tert) {
+  constexpr double nanosecondsPerVoxel = 0.1;
+  const LoopTime time = LoopTime::of(from.size(), nanosecondsPerVoxel);
+  forEachSlice(self, threads, from.dimTert, Steps::silent, time, [&](SizeType tert) {
     for (SizeType sec = 0; sec < from.dimSec; ++sec) {
       const auto* source = from.row(sec, tert);
       auto* target = to.row(sec, tert);

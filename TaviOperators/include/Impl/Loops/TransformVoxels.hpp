@@ -86,7 +86,8 @@ void transformKept(OperatorBase& self, int threads, Steps steps, Schedule schedu
       Tavi::Streaming::finish();
     }
   };
-  forEachSlice(self, threads, output.dimTert, steps, slice, schedule);
+  constexpr double nanosecondsPerVoxel = 0.2;  // some rules take longer, most less
+  forEachSlice(self, threads, output.dimTert, steps, slice, schedule, LoopTime::of(output.size(), nanosecondsPerVoxel));
 }
 
 /// Writes `rule(inputs...)` to every voxel of `output`, in parallel over slices. All views have the same extents; an
