@@ -12,13 +12,18 @@
 /// - Failures: InvalidParameterObjectException for a missing volume or mask, a mask without a voxel, or an outputVolume
 ///   of another voxel type; std::overflow_error for a thread count beyond 2147483647.
 /// - Halo: the extents of inputMask.
-/// - Memory: 16 bytes per voxel and 16 bytes per run of the element; counts of 2 KiB (8 bits) or 514 KiB (16 bits),
-///   or 64 bytes per voxel of a small element, per thread. A copy of an input or a mask that shares voxels with the
-///   output. Likewise of an input whose rows do not lie in memory as those of the output.
+/// - Memory: 16 bytes per voxel and 16 bytes per run of the element; per thread counts of 2 KiB (8 bits) or 514 KiB (16
+///   bits), 64 bytes per voxel of a small element, up to 2 KiB per voxel of a box of at most 512 voxels, or under
+///   larger boxes 20 bytes per voxel of a tile of 128 x 16 x 16 voxels with what lies under the box around it, and for
+///   16 bits 320 KiB. A copy of an input or a mask that shares voxels with the output. Likewise of an input whose rows
+///   do not lie in memory as those of the output.
 /// - Threads: parallel over slices, one step of progress each; the result does not depend on the number of threads.
-/// - Cost: per voxel, one count for each run of the element; small elements are ranked in vectors.
+/// - Cost: per voxel, one count for each run of the element; small elements are ranked in vectors. Boxes share sorted
+///   columns and planes between neighbouring voxels, and large ones the counts below each threshold, which hardly grow
+///   with the box.
 /// - Paper: T. S. Huang, G. J. Yang, G. Y. Tang: A fast two-dimensional median filtering algorithm. IEEE Trans. ASSP 27
-///   (1979).
+///   (1979); J. P. Fitch, E. J. Coyle, N. C. Gallagher: Median filtering by threshold decomposition. IEEE Trans. ASSP
+///   32 (1984); A. Adams: Fast Median Filters using Separable Sorting Networks. ACM Transactions on Graphics 40 (2021).
 namespace NORV::TaviOperators::HistogramUpdateMedian {
 
 /// One run. The mask is a volume of `uint8`.

@@ -82,6 +82,26 @@ TEST(SliceLoop, OneThreadIsTheCaller) {
   Impl::forEachSlice(op, 1, 20, Steps::silent, [&](SizeType) { EXPECT_EQ(std::this_thread::get_id(), caller); });
 }
 
+TEST(SliceLoop, ALoopTooShortForATeamRunsOnTheCallerAndLeavesTheSettingAsAsked) {
+  const RuntimeSettings settings;
+  Looping op;
+  const std::thread::id caller = std::this_thread::get_id();
+  const auto small = Impl::LoopTime::of(4096, 0.1);
+  std::vector<int> runs(20);
+  Impl::forEachSlice(op, 5, 20, Steps::silent, small, [&](SizeType slice) {
+    EXPECT_EQ(std::this_thread::get_id(), caller);
+    ++runs[slice];
+  });
+  EXPECT_EQ(runs, std::vector<int>(20, 1));
+  EXPECT_EQ(omp_get_max_threads(), 5);
+  EXPECT_EQ(Impl::teamSize(5, 20, small), 1);
+  EXPECT_EQ(Impl::teamSize(5, 20, Impl::LoopTime::of(SizeType{1} << 24, 0.1)), 5);
+  EXPECT_EQ(Impl::PerThread<int>(
+                5, 20, [] { return 0; }, small)
+                .size(),
+            1u);
+}
+
 TEST(SliceLoop, CountsStepsOnlyWhereAsked) {
   const RuntimeSettings settings;
   Looping op;

@@ -6,6 +6,7 @@
 #include <Erosion.hpp>
 #include <Saturation.hpp>
 
+#include <algorithm>
 #include <limits>
 #include <string>
 #include <thread>
@@ -104,6 +105,61 @@ TEST(Erosion, TakesANaNUntilTheNextVoxelReplacesIt) {
   EXPECT_EQ(erode({1, nan, 3, 4}), 3);
   EXPECT_EQ(erode({nan, 5, 6}), 5);
   EXPECT_TRUE(isSameValue(erode({1, 2, nan}), nan));
+}
+
+/// Slices with a NaN under the element are eroded in another way than those beside them.
+TEST(Erosion, SlicesWithANaNBetweenSlicesWithoutEqualThePlainMinimum) {
+  const Extents size{70, 9, 24};
+  const auto checkNaN = [&]<class T>() {
+    std::vector<T> values;
+    for (const int16 value : mixedValues<int16>(size[0] * size[1] * size[2], 5)) {
+      values.push_back(static_cast<T>(value));
+    }
+    const SizeType slice = size[0] * size[1];
+    for (const SizeType place :
+         {5 * slice + 17, 5 * slice + 18, 11 * slice + slice - 1, 12 * slice, 23 * slice + 300}) {
+      values[place] = std::numeric_limits<T>::quiet_NaN();
+    }
+    for (const Element& element : {fullBox({3, 3, 3}, {1, 1, 1}), fullBox({5, 5, 5}, {0, 4, 2}), ball(2)}) {
+      for (const SizeType threads : {1u, 2u, 5u}) {
+        check<Frame, Parameter>(size, element, values, {}, {}, {}, threads, minimumOf<T>);
+      }
+    }
+  };
+  checkNaN.operator()<float32>();
+  checkNaN.operator()<float64>();
+}
+
+/// Larger than the caches, where rows are stored past them. The minimum under a box is that of minimums along the axes.
+TEST(Erosion, LargeOutputsEqualTheMinimumAlongEachAxis) {
+  const Extents size{171, 165, 160};
+  const TestVolume<float32> input(size), output(size, {}, 9);
+  const SizeType count = size[0] * size[1] * size[2];
+  ASSERT_GE((size[0] - 2) * (size[1] - 2) * (size[2] - 2) * sizeof(float32), SizeType{16} << 20);
+  std::vector<float32> expected(count);
+  for (SizeType i = 0; i < count; ++i) {
+    expected[i] = static_cast<float32>(i * 2654435761u >> 11 & 0xffff);
+  }
+  input.fill(expected);
+  for (const SizeType stride : {SizeType{1}, size[0], size[0] * size[1]}) {
+    const std::vector<float32> before = expected;
+    for (SizeType i = stride; i + stride < count; ++i) {
+      expected[i] = std::min({before[i - stride], before[i], before[i + stride]});
+    }
+  }
+  Frame().apply(request<Parameter>(input, fullBox({3, 3, 3}, {1, 1, 1}).mask(), {1, 1, 1}, output, 2));
+  const std::vector<float32> voxels = output.voxels();
+  SizeType differences = 0, place = 0;
+  const auto isInside = [](SizeType x, SizeType extent) { return x > 0 && x + 1 < extent; };
+  for (SizeType z = 0; z < size[2]; ++z) {
+    for (SizeType y = 0; y < size[1]; ++y) {
+      for (SizeType x = 0; x < size[0]; ++x, ++place) {
+        const bool isWritten = isInside(x, size[0]) && isInside(y, size[1]) && isInside(z, size[2]);
+        differences += voxels[place] != (isWritten ? expected[place] : 9.0F) ? 1U : 0U;
+      }
+    }
+  }
+  EXPECT_EQ(differences, 0u);
 }
 
 TEST(Erosion, OneVoxelAtTheAnchorCopiesTheInput) {

@@ -33,6 +33,64 @@ TEST(HistogramUpdateMedian, EqualsThePlainMedianForAllVoxelTypesElementsAndLayou
   checkAll<Frame, Parameter, uint16>(pick<uint16>);
 }
 
+/// Neighbouring positions share sorted parts of boxes; rows are longer and shorter than the strips that they are cut
+/// to.
+TEST(HistogramUpdateMedian, BoxesEqualThePlainMedian) {
+  const auto checkBox = []<class T>(const Extents& size, const Extents& extents, const Layout& layout,
+                                    SizeType threads) {
+    const Element box = fullBox(extents, {extents[0] / 2, extents[1] - 1, 0});
+    check<Frame, Parameter>(size, box, mixedValues<T>(20011, 5), layout, layout, {}, threads, pick<T>);
+  };
+  const std::vector<Extents> boxes{{5, 5, 5}, {4, 4, 4}, {2, 9, 6}, {5, 5, 3}, {3, 5, 5}, {6, 3, 7},
+                                   {7, 7, 1}, {9, 1, 7}, {5, 5, 4}, {6, 5, 5}, {7, 7, 7}, {9, 7, 8}};
+  for (const Extents& box : boxes) {
+    SCOPED_TRACE(std::to_string(box[0]) + " x " + std::to_string(box[1]) + " x " + std::to_string(box[2]));
+    for (const SizeType threads : {1u, 2u, 5u}) {
+      checkBox.operator()<uint8>({79, 11, 10}, box, {}, threads);
+      checkBox.operator()<uint16>({79, 11, 10}, box, {}, threads);
+    }
+    checkBox.operator()<uint8>({300, 10, 9}, box, regionLayout, 2);
+    checkBox.operator()<uint16>({131, 10, 9}, box, regionLayout, 2);
+  }
+}
+
+/// Under large boxes thresholds are tried tile by tile; the second element has more voxels in a plane than 8 bits
+/// count.
+TEST(HistogramUpdateMedian, LargeBoxesEqualThePlainMedian) {
+  for (const SizeType threads : {1u, 2u, 5u}) {
+    check<Frame, Parameter>({150, 27, 30}, fullBox({9, 9, 9}, {4, 8, 0}), mixedValues<uint8>(20011, 5), {}, {}, {},
+                            threads, pick<uint8>);
+  }
+  check<Frame, Parameter>({31, 22, 21}, fullBox({11, 17, 18}, {0, 3, 4}), mixedValues<uint8>(20011, 7), {}, {}, {}, 2,
+                          pick<uint8>);
+  check<Frame, Parameter>({40, 22, 21}, fullBox({9, 13, 11}, {8, 3, 4}), mixedValues<uint8>(20011, 7), regionLayout,
+                          regionLayout, {}, 2, pick<uint8>);
+  check<Frame, Parameter>({40, 18, 19}, fullBox({12, 10, 12}, {8, 3, 4}), std::vector<uint8>(20011, 200), {}, {}, {}, 2,
+                          pick<uint8>);
+}
+
+/// Rows shorter than a vector are ranked together.
+TEST(HistogramUpdateMedian, ShortRowsEqualThePlainMedian) {
+  for (const SizeType length : {3u, 5u, 9u, 14u, 16u, 17u, 31u, 40u}) {
+    for (const Layout& layout : {denseLayout, regionLayout}) {
+      check<Frame, Parameter>({length, 13, 7}, fullBox({3, 3, 3}, {1, 1, 1}), mixedValues<uint8>(20011, 5), layout, {},
+                              {}, 2, pick<uint8>);
+      check<Frame, Parameter>({length, 13, 7}, scattered({3, 3, 3}, {2, 0, 1}, 5), mixedValues<uint16>(20011, 5),
+                              layout, layout, {}, 1, pick<uint16>);
+    }
+  }
+}
+
+TEST(HistogramUpdateMedian, ABoxInsideALargerMaskEqualsThePlainMedian) {
+  Element element = fullBox({7, 6, 6}, {4, 3, 0});
+  for (SizeType i = 0; i < element.voxels.size(); ++i) {
+    const bool isInside = i % 7 >= 1 && i % 7 < 6 && i / 7 % 6 < 5 && i / 42 >= 1;
+    element.voxels[i] = isInside ? 1 : 0;
+  }
+  check<Frame, Parameter>({150, 9, 9}, element, mixedValues<uint8>(20011, 5), {}, {}, {}, 2, pick<uint8>);
+  check<Frame, Parameter>({150, 9, 9}, element, mixedValues<uint16>(20011, 5), {}, {}, {}, 2, pick<uint16>);
+}
+
 TEST(HistogramUpdateMedian, ElementsAndAnchorsOutsideTheVolumeAreNotRefusedAndTouchNothingElse) {
   checkOversized<Frame, Parameter, uint8>(pick<uint8>);
   checkOversized<Frame, Parameter, uint16>(pick<uint16>);

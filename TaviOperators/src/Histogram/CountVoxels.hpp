@@ -17,10 +17,13 @@ using Tavi::Histogram::VoxelCounter;
 template <class T>
 std::vector<uint64> countVoxels(OperatorBase& self, int threads, Steps steps, const View<const T>& view) {
   const View<const T> stored = inStorageOrder(view);
-  PerThread<VoxelCounter<T>> counters(threads, stored.dimTert, [] { return VoxelCounter<T>(); });
+  constexpr double nanosecondsPerVoxel = 0.5;
+  const LoopTime time = LoopTime::of(view.size(), nanosecondsPerVoxel);
+  PerThread<VoxelCounter<T>> counters(
+      threads, stored.dimTert, [] { return VoxelCounter<T>(); }, time);
   forEachPartOf(
       self, threads, stored.dimTert, view.dimTert, steps,
-      [&](SizeType tert) { counters.mine().countSlice(stored, tert); }, Schedule::fixed);
+      [&](SizeType tert) { counters.mine().countSlice(stored, tert); }, Schedule::fixed, time);
   std::vector<uint64> counts(VoxelCounter<T>::bins);
   for (SizeType thread = 0; thread < counters.size(); ++thread) {
     counters[thread].addTo(counts.data());

@@ -7,6 +7,7 @@
 
 #include <Rank/KeyLanes.hpp>
 #include <Rank/LowerMedian.hpp>
+#include <Rank/VoxelBytes.hpp>
 
 #include <algorithm>
 #include <array>
@@ -20,19 +21,6 @@
 /// Medians of a volume under kernels that change from voxel to voxel. Compiled once per size of the voxels: volumes are
 /// seen as bytes here, and strides and offsets count bytes.
 namespace NORV::TaviOperators::Impl {
-
-template <class T>
-auto bytesOf(const View<T>& view) {
-  using Byte = std::conditional_t<std::is_const_v<T>, const std::byte, std::byte>;
-  constexpr auto size = static_cast<int64>(sizeof(T));
-  return View<Byte>{reinterpret_cast<Byte*>(view.data),
-                    view.dimPrim,
-                    view.dimSec,
-                    view.dimTert,
-                    view.stridePrim * size,
-                    view.strideSec * size,
-                    view.strideTert * size};
-}
 
 /// The volume of indices, whatever its voxel type.
 class IndexRows {

@@ -79,8 +79,9 @@ Key readBits(const std::byte* from) {
 
 #ifdef TAVI_VECTOR_KEYS
 
-template <class Key>
+template <class K>
 struct KeyLanes {
+  using Key = K;
   using Tag = hwy::HWY_NAMESPACE::ScalableTag<Key>;
   using V = hwy::HWY_NAMESPACE::Vec<Tag>;
 
@@ -89,6 +90,7 @@ struct KeyLanes {
   static V set(Key value) { return hwy::HWY_NAMESPACE::Set(Tag(), value); }
   /// Keys, aligned to a vector.
   static V load(const Key* from) { return hwy::HWY_NAMESPACE::Load(Tag(), from); }
+  static V loadUnaligned(const Key* from) { return hwy::HWY_NAMESPACE::LoadU(Tag(), from); }
   static void store(V keys, Key* to) { hwy::HWY_NAMESPACE::Store(keys, Tag(), to); }
   /// Voxels, from and to any address.
   static V loadVoxels(const std::byte* from, const KeyBits<Key>& bits) {
@@ -125,8 +127,9 @@ private:
 
 #else
 
-template <class Key>
+template <class K>
 struct KeyLanes {
+  using Key = K;
   static constexpr SizeType count = 16 / sizeof(Key);
   using V = std::array<Key, count>;
 
@@ -140,6 +143,7 @@ struct KeyLanes {
     std::copy_n(from, count, keys.begin());
     return keys;
   }
+  static V loadUnaligned(const Key* from) { return load(from); }
   static void store(const V& keys, Key* to) { std::copy_n(keys.begin(), count, to); }
   static V loadVoxels(const std::byte* from, const KeyBits<Key>& bits) {
     V voxels;

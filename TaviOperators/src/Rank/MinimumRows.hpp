@@ -3,6 +3,7 @@
 #include <Tavi/Types.hpp>
 
 #include <bit>
+#include <limits>
 #include <type_traits>
 
 #ifdef TAVI_USE_HIGHWAY
@@ -30,6 +31,24 @@ template <class T>
     found |= static_cast<SizeType>(std::bit_cast<Bits>(row[i]) == std::bit_cast<Bits>(T(-0.0)));
   }
   return found != 0;
+}
+
+/// Whether the minimum of these voxels depends on more than their order: a NaN hides the voxels before it, which parts
+/// cannot know.
+template <class T>
+[[gnu::noinline]] bool hasNaN(const T* row, SizeType count) {
+  if constexpr (std::is_floating_point_v<T>) {
+    using Bits = std::conditional_t<sizeof(T) == 4, uint32, uint64>;
+    constexpr Bits sign = std::bit_cast<Bits>(T(-0.0)),
+                   infinity = std::bit_cast<Bits>(std::numeric_limits<T>::infinity());
+    Bits found = 0;
+    for (SizeType i = 0; i < count; ++i) {
+      found |= static_cast<Bits>((std::bit_cast<Bits>(row[i]) & ~sign) > infinity);
+    }
+    return found != 0;
+  } else {
+    return false;
+  }
 }
 
 /// Rows given by their offsets from one voxel.

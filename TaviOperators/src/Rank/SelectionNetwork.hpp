@@ -46,11 +46,9 @@ constexpr void forEachSortingComparator(std::size_t count, const Act& act) {
 
 constexpr std::size_t lowerMedianOf(std::size_t count) { return (count - 1) / 2; }
 
-/// Marks, from the last comparator to the first, what the wire of the median depends on. `needed` holds a flag for each
-/// wire, all false.
+/// Marks, from the last comparator to the first, what the needed wires depend on. `needed` holds a flag for each wire.
 template <class Comparators, class Flags>
-constexpr void markNeeded(Comparators& comparators, Flags& needed, std::size_t count) {
-  needed[lowerMedianOf(count)] = true;
+constexpr void markNeeded(Comparators& comparators, Flags& needed) {
   for (std::size_t i = comparators.size(); i-- > 0;) {
     auto& comparator = comparators[i];
     comparator.needsLow = needed[comparator.low];
@@ -76,7 +74,8 @@ constexpr auto makeMedianNetwork() {
     comparators[next++] = {static_cast<uint16>(low), static_cast<uint16>(high)};
   });
   std::array<bool, count> needed{};
-  markNeeded(comparators, needed, count);
+  needed[lowerMedianOf(count)] = true;
+  markNeeded(comparators, needed);
   return comparators;
 }
 
@@ -87,7 +86,8 @@ inline std::vector<Comparator> makeMedianNetwork(std::size_t count) {
     comparators.push_back({static_cast<uint16>(low), static_cast<uint16>(high)});
   });
   std::vector<bool> needed(count);
-  markNeeded(comparators, needed, count);
+  needed[lowerMedianOf(count)] = true;
+  markNeeded(comparators, needed);
   std::erase_if(comparators, [](const Comparator& it) { return !it.needsLow && !it.needsHigh; });
   return comparators;
 }

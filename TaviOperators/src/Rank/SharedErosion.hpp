@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Impl/Loops/View.hpp>
+#include <Tavi/StreamingStore.hpp>
 
 #include <Rank/MinimumRows.hpp>
 #include <Rank/StructuringElement.hpp>
@@ -9,7 +10,6 @@
 #include <array>
 #include <bit>
 #include <cstddef>
-#include <limits>
 #include <map>
 #include <type_traits>
 #include <vector>
@@ -59,6 +59,7 @@ public:
 
   explicit ErosionPlan(const StructuringElement& element)
       : _count(element.count),
+        _isBox(element.isBox()),
         _extents{element.extent(0), element.extent(1), element.extent(2)} {
     addChords(element);
     for (auto run = element.runs.begin(); run != element.runs.end();) {
@@ -78,7 +79,7 @@ public:
   /// For each section the slices of the element, from its first one, that look like it.
   const std::vector<std::vector<SizeType>>& slicesOf() const { return _slicesOf; }
   SizeType extent(std::size_t axis) const { return _extents[axis]; }
-  bool isBox() const { return _count == _extents[0] * _extents[1] * _extents[2]; }
+  bool isBox() const { return _isBox; }
 
   /// Slices that each thread keeps.
   SizeType slicesKept() const {
@@ -149,30 +150,13 @@ private:
   }
 
   SizeType _count;
+  bool _isBox;
   std::array<SizeType, 3> _extents;
   std::vector<WindowStep> _chords;
   std::map<SizeType, std::size_t> _ofLength;
   std::vector<Section> _sections;
   std::vector<std::vector<SizeType>> _slicesOf;
 };
-
-/// Whether the minimum of these voxels depends on more than their order: a NaN hides the voxels before it, which parts
-/// cannot know.
-template <class T>
-[[gnu::noinline]] bool hasNaN(const T* row, SizeType count) {
-  if constexpr (std::is_floating_point_v<T>) {
-    using Bits = std::conditional_t<sizeof(T) == 4, uint32, uint64>;
-    constexpr Bits sign = std::bit_cast<Bits>(T(-0.0)),
-                   infinity = std::bit_cast<Bits>(std::numeric_limits<T>::infinity());
-    Bits found = 0;
-    for (SizeType i = 0; i < count; ++i) {
-      found |= static_cast<Bits>((std::bit_cast<Bits>(row[i]) & ~sign) > infinity);
-    }
-    return found != 0;
-  } else {
-    return false;
-  }
-}
 
 /// Slices of rows with one stride, of which the latest ones are kept, rounded up to a power of two.
 template <class T>
@@ -212,7 +196,9 @@ public:
         _inputLength(output.dimPrim + plan.extent(0) - 1),
         _isLong(input.strideSec >= static_cast<int64>(_inputLength) &&
                 input.strideSec <= static_cast<int64>(_inputLength + _inputLength / 2)),
-        _stride(_isLong ? static_cast<SizeType>(input.strideSec) : _inputLength) {
+        _stride(_isLong ? static_cast<SizeType>(input.strideSec) : _inputLength),
+        _isStreamed(output.size() * sizeof(T) >= Tavi::Streaming::threshold),
+        _outputRow(_isStreamed ? output.dimPrim : 0) {
     if (plan.isBox()) {
       _rowSteps = windowSteps(1, plan.extent(1));
       _sliceSteps = windowSteps(1, plan.extent(2));
@@ -235,17 +221,23 @@ public:
     }
   }
 
-  /// Writes one slice of the output.
-  void erode(SizeType tert) {
+  /// Writes one slice of the output. Returns false if there is a NaN in the slices under the element; then the slice is
+  /// to be eroded in another way.
+  bool erode(SizeType tert) {
     const SizeType last = tert + _plan.extent(2) - 1;
     if (_next != tert) {
       _first = tert;
+      _endOfNaN = 0;
       for (SizeType slice = tert; slice < last; ++slice) {
         read(slice, tert);
       }
     }
     read(last, tert);
     _next = tert + 1;
+    if (_isStreamed) {
+      Tavi::Streaming::finish();
+    }
+    return _endOfNaN <= tert;
   }
 
 private:
@@ -261,11 +253,23 @@ private:
   void read(SizeType slice, SizeType tert) {
     for (SizeType first = 0; first < _output.dimSec; first += _stripRows) {
       const Strip strip{slice, first, std::min(_stripRows, _output.dimSec - first)};
+      findNaN(strip);
       addChords(strip);
       if (_plan.isBox()) {
         addBox(strip, tert);
       } else {
         addSections(strip, tert);
+      }
+    }
+  }
+
+  /// Looks at the rows that are about to be combined: they are in the cache then.
+  void findNaN(const Strip& strip) {
+    if constexpr (std::is_floating_point_v<T>) {
+      for (SizeType row = 0; row < strip.rows + _plan.extent(1) - 1; ++row) {
+        if (hasNaN(_input.row(strip.first + row, strip.slice), _inputLength)) {
+          _endOfNaN = strip.slice + 1;
+        }
       }
     }
   }
@@ -381,8 +385,15 @@ private:
     }
   }
   void writeOutput(const Strip& strip, SizeType tert) {
+    const SizeType length = _output.dimPrim;
     for (SizeType row = 0; row < strip.rows; ++row) {
-      combineRow(row, _output.row(strip.first + row, tert), _output.dimPrim);
+      T* const to = _output.row(strip.first + row, tert);
+      if (_isStreamed) {
+        combineRow(row, _outputRow.data(), length);
+        Tavi::Streaming::copy(to, _outputRow.data(), length * sizeof(T));
+      } else {
+        combineRow(row, to, length);
+      }
     }
   }
   void combineRow(SizeType row, T* to, SizeType length) {
@@ -408,11 +419,14 @@ private:
   SizeType _inputLength;
   bool _isLong;
   SizeType _stride, _stripRows = 0;
+  bool _isStreamed;  // past the cache, which the output would leave before it is read
+  std::vector<T> _outputRow;
   std::vector<WindowStep> _rowSteps, _sliceSteps;
   std::vector<SliceRing<T>> _chords, _windows, _section, _planes;
   std::vector<Rows> _rows;
-  SizeType _next = none;  // the output slice that needs only one more slice
-  SizeType _first = 0;    // slice read since it began anew
+  SizeType _next = none;   // the output slice that needs only one more slice
+  SizeType _first = 0;     // slice read since it began anew
+  SizeType _endOfNaN = 0;  // behind the last slice with a NaN
 };
 
 }  // namespace NORV::TaviOperators::Impl

@@ -31,6 +31,8 @@ struct StructuringElement {
 
   SizeType extent(std::size_t axis) const { return static_cast<SizeType>(high[axis] - low[axis] + 1); }
 
+  bool isBox() const { return count == extent(0) * extent(1) * extent(2); }
+
   /// Reads the non-zero voxels of a mask; `anchor`, one of its positions, is the origin.
   StructuringElement(const View<const uint8>& mask, const Position<SizeType>& anchor) {
     for (SizeType tert = 0; tert < mask.dimTert; ++tert) {

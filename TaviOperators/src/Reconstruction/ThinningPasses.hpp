@@ -124,7 +124,8 @@ private:
     constexpr SizeType rowsWorthATeam = 256;
     const auto extents = _object.extents();
     const bool isWorthATeam = _pass < directions || _changedRows >= rowsWorthATeam;
-    forEachSlice(_self, isWorthATeam ? _threads : 1, extents.tert, Steps::silent, [&](SizeType tert) {
+    const LoopTime time = isWorthATeam ? LoopTime() : LoopTime{0};
+    forEachSlice(_self, _threads, extents.tert, Steps::silent, time, [&](SizeType tert) {
       SizeType count = 0, changedRows = 0;
       for (SizeType sec = 0; sec < extents.sec; ++sec) {
         const int64 row = _object.offset(0, sec, tert);

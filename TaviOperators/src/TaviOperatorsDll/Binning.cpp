@@ -57,7 +57,9 @@ private:
                int threads) {
     this->setTotal(output.dimTert);
     const auto averageRow = Impl::chooseAverage(input, block);
-    Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted, [&](SizeType tert) {
+    constexpr double nanosecondsPerVoxel = 0.5;
+    const auto time = Impl::LoopTime::of(input.size(), nanosecondsPerVoxel);
+    Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted, time, [&](SizeType tert) {
       for (SizeType sec = 0; sec < output.dimSec; ++sec) {
         averageRow(input, sec, tert, block, output);
       }

@@ -67,7 +67,9 @@ private:
   void sample(const Impl::View<const T>& input, const Impl::View<T>& output, const Triple<SizeType>& factor,
               int threads) {
     this->setTotal(output.dimTert);
-    Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted, [&](SizeType tert) {
+    constexpr double nanosecondsPerVoxel = 1.0;
+    const auto time = Impl::LoopTime::of(output.size(), nanosecondsPerVoxel);
+    Impl::forEachSlice(*this, threads, output.dimTert, Impl::Steps::counted, time, [&](SizeType tert) {
       for (SizeType sec = 0; sec < output.dimSec; ++sec) {
         sampleRow(input.row(sec * factor.sec, tert * factor.tert), input.stridePrim * static_cast<int64>(factor.prim),
                   output.row(sec, tert), output.stridePrim, output.dimPrim);

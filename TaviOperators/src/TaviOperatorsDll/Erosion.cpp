@@ -55,63 +55,75 @@ private:
                                    Impl::viewOf(output));
     const auto places = arranged(Impl::cropped(views.shownInput(), interior), views.order());
     const auto to = arranged(Impl::cropped(Impl::viewOf(output), interior), views.order());
-    const auto forEach = [&, this](const auto& slice) {
-      Impl::forEachPartOf(*this, given.threads, to.dimTert, interior.size.tert, Impl::Steps::counted, slice,
-                          Impl::Schedule::fixed);
-    };
-    this->setTotal(interior.size.tert);
-    const bool areDense = places.hasDenseRows() && to.hasDenseRows();
-    if (areDense && to.size() != 0 && erodeShared(views, places, to, given, forEach)) {
-      return;
-    }
+    const SizeType slices = interior.size.tert;
+    this->setTotal(slices);
     const auto mask = Impl::viewOf(std::as_const(*given.mask));
     const std::vector<int64> offsets = Impl::StructuringElement(mask, given.anchor).offsetsIn(views.shownInput());
-    forEach([&](SizeType tert) {
-      for (SizeType sec = 0; sec < to.dimSec; ++sec) {
-        const T* const voxels = places.row(sec, tert);
-        if (areDense) {
-          Impl::minimumDense(Impl::RowsAtOffsets<T>{voxels, offsets.data()}, offsets.size(), to.row(sec, tert),
-                             to.dimPrim);
-        } else {
-          Impl::minimumStrided(voxels, places.stridePrim, offsets.data(), offsets.size(), to.row(sec, tert),
-                               to.stridePrim, to.dimPrim);
-        }
-      }
-    });
+    constexpr double nanosecondsPerVoxel = 0.1, nanosecondsOfPlan = 2000.0;
+    const auto time = Impl::LoopTime::of(to.size() * offsets.size(), nanosecondsPerVoxel);
+    if (places.hasDenseRows() && to.hasDenseRows() && time.nanoseconds > nanosecondsOfPlan &&
+        erodeShared(views, places, to, given, offsets, slices)) {
+      return;
+    }
+    Impl::forEachPartOf(
+        *this, given.threads, to.dimTert, slices, Impl::Steps::counted,
+        [&](SizeType tert) { erodeVoxelByVoxel(places, to, offsets, tert); }, Impl::Schedule::fixed, time);
   }
 
-  /// Returns false where that is not worth it or would give other voxels.
-  template <class ForEach>
+  /// One slice, all voxels of the element one after the other.
+  static void erodeVoxelByVoxel(const Impl::View<const T>& places, const Impl::View<T>& to,
+                                const std::vector<int64>& offsets, SizeType tert) {
+    const bool areDense = places.hasDenseRows() && to.hasDenseRows();
+    for (SizeType sec = 0; sec < to.dimSec; ++sec) {
+      const T* const voxels = places.row(sec, tert);
+      if (areDense) {
+        Impl::minimumDense(Impl::RowsAtOffsets<T>{voxels, offsets.data()}, offsets.size(), to.row(sec, tert),
+                           to.dimPrim);
+      } else {
+        Impl::minimumStrided(voxels, places.stridePrim, offsets.data(), offsets.size(), to.row(sec, tert),
+                             to.stridePrim, to.dimPrim);
+      }
+    }
+  }
+
+  /// Returns false where that is not worth it or would give other voxels. What a NaN hides depends on the order of the
+  /// voxels, which shared parts do not keep: slices near one are eroded voxel by voxel.
   bool erodeShared(const Impl::RankViews<T>& views, const Impl::View<const T>& places, const Impl::View<T>& output,
-                   const Impl::RankArguments<InputPtr>& given, const ForEach& forEach) {
+                   const Impl::RankArguments<InputPtr>& given, const std::vector<int64>& offsets, SizeType slices) {
     const Impl::ArrangedMask mask(Impl::viewOf(std::as_const(*given.mask)), given.anchor, views.order());
     const Impl::StructuringElement element(mask.view, mask.anchor);
     const Impl::ErosionPlan plan(element);
-    const auto team = static_cast<SizeType>(Impl::teamSize(given.threads, output.dimTert));
+    constexpr double nanosecondsPerVoxel = 1.0;
+    const auto time = Impl::LoopTime::of(output.size(), nanosecondsPerVoxel);
+    const auto team = static_cast<SizeType>(Impl::teamSize(given.threads, output.dimTert, time));
     if (!plan.pays(output.dimSec, output.dimTert, team)) {
       return false;
     }
     if constexpr (std::is_floating_point_v<T>) {
-      if (hasAny(views.input(), given.threads, &Impl::hasNaN<T>) ||
-          (views.order() != Impl::AxisOrder() && hasAny(views.input(), given.threads, &Impl::hasNegativeZero<T>))) {
+      if (views.order() != Impl::AxisOrder() && hasNegativeZero(views.input(), given.threads)) {
         return false;
       }
     }
     auto first = places;
     first.data +=
         element.low[0] * places.stridePrim + element.low[1] * places.strideSec + element.low[2] * places.strideTert;
-    Impl::PerThread<Impl::SharedErosion<T>> workers(given.threads, output.dimTert,
-                                                    [&] { return Impl::SharedErosion<T>(plan, first, output); });
-    forEach([&workers](SizeType tert) { workers.mine().erode(tert); });
+    Impl::PerThread<Impl::SharedErosion<T>> workers(
+        given.threads, output.dimTert, [&] { return Impl::SharedErosion<T>(plan, first, output); }, time);
+    const auto slice = [&](SizeType tert) {
+      if (!workers.mine().erode(tert)) {
+        erodeVoxelByVoxel(places, output, offsets, tert);
+      }
+    };
+    Impl::forEachPartOf(*this, given.threads, output.dimTert, slices, Impl::Steps::counted, slice,
+                        Impl::Schedule::fixed, time);
     return true;
   }
 
-  /// Whether a row of the input has what `isFound(row, count)` looks for.
-  bool hasAny(const Impl::View<const T>& input, int threads, bool (*isFound)(const T*, SizeType)) {
+  bool hasNegativeZero(const Impl::View<const T>& input, int threads) {
     std::atomic<bool> found = false;
     Impl::forEachSlice(*this, threads, input.dimTert, Impl::Steps::silent, [&](SizeType tert) {
       for (SizeType sec = 0; sec < input.dimSec && !found.load(std::memory_order_relaxed); ++sec) {
-        if (isFound(input.row(sec, tert), input.dimPrim)) {
+        if (Impl::hasNegativeZero(input.row(sec, tert), input.dimPrim)) {
           found.store(true, std::memory_order_relaxed);
         }
       }

@@ -86,9 +86,11 @@ public:
     const Impl::KeptInput<T> kept(*this, threads, Impl::inputViewOf(std::as_const(*input)), layout);
     const auto view = std::is_floating_point_v<T> ? kept.view() : Impl::inStorageOrder(kept.view());
     std::vector<Extremes<T>> slices(view.dimTert);
+    constexpr double nanosecondsPerVoxel = 0.1;
     Impl::forEachPartOf(
         *this, threads, view.dimTert, steps, Impl::Steps::counted,
-        [&](SizeType tert) { slices[tert] = extremesOfSlice(view, tert); }, Impl::Schedule::fixed);
+        [&](SizeType tert) { slices[tert] = extremesOfSlice(view, tert); }, Impl::Schedule::fixed,
+        Impl::LoopTime::of(view.size(), nanosecondsPerVoxel));
 
     Extremes<T> all;
     if (!slices.empty()) {

@@ -3,6 +3,7 @@
 #include <Impl/Frame/Dispatch.hpp>
 #include <Impl/Frame/Instances.hpp>
 
+#include <Rank/BoxMedianFilter.hpp>
 #include <Rank/HistogramUpdate.hpp>
 #include <Rank/MedianRows.hpp>
 
@@ -20,6 +21,8 @@ struct Traits {
 
   template <class T>
   using Rows = Impl::MedianRows<T>;
+  template <class T>
+  using Boxes = Impl::BoxMedianFilter<T>;
 };
 
 template <class InputPtr, class OutputPtr, class MaskPointer>

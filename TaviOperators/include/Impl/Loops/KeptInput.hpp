@@ -30,9 +30,11 @@ struct Move {
 template <std::size_t bytes>
 [[gnu::noinline]] void copyOpaque(OperatorBase& self, int threads, const View<const OpaqueVoxel<bytes>>& from,
                                   const View<OpaqueVoxel<bytes>>& to) {
+  constexpr double nanosecondsPerVoxel = 0.1;
   const AxisOrder order = commonOrder(to, from);
-  transformArranged({self, threads, Steps::silent, Schedule::fixed, to.dimTert}, Move(), arranged(to, order),
-                    arranged(from, order));
+  transformArranged(
+      {self, threads, Steps::silent, Schedule::fixed, to.dimTert, LoopTime::of(from.size(), nanosecondsPerVoxel)},
+      Move(), arranged(to, order), arranged(from, order));
 }
 
 /// Copies between views of equal extents that share no voxel, in parallel. An aborted run leaves the copy unfinished.

@@ -11,10 +11,10 @@ namespace NORV::TaviOperators::Impl {
 template <class T>
 class PerThread {
 public:
-  /// `make()` is called once per thread that a loop over `slices` with `threads` can use.
+  /// `make()` is called once per thread that a loop over `slices` with `threads` and of this time can use.
   template <class Make>
-  PerThread(int threads, Tavi::SizeType slices, Make make) : _objects(1) {
-    for (int i = teamSize(threads, slices); i > 0; --i) {
+  PerThread(int threads, Tavi::SizeType slices, Make make, LoopTime time = {}) : _objects(1) {
+    for (int i = teamSize(threads, slices, time); i > 0; --i) {
       _objects.append(make());
     }
   }

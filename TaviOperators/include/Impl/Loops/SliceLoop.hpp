@@ -47,9 +47,10 @@ private:
 /// Runs `slice(context, index)` for all indices. One compiled function for all operators, as the runtime is entered in
 /// one place then. The count of threads is a setting of the process and is not restored; results do not depend on how
 /// many the runtime gives.
-inline void runSlices(int threads, SizeType slices, Schedule schedule, void (*slice)(void*, SizeType), void* context) {
+inline void runSlices(int threads, SizeType slices, Schedule schedule, LoopTime time, void (*slice)(void*, SizeType),
+                      void* context) {
   omp_set_num_threads(threads);
-  const int team = teamSize(threads, slices);
+  const int team = teamSize(threads, slices, time);
   const auto end = static_cast<int64>(slices);
   if (team == 1) {
     for (int64 i = 0; i < end; ++i) {
@@ -70,7 +71,7 @@ inline void runSlices(int threads, SizeType slices, Schedule schedule, void (*sl
 
 /// As `forEachSlice`, for a body that is a plain function with its context.
 inline void forEachSliceOf(OperatorBase& self, int threads, SizeType slices, Steps steps, Schedule schedule,
-                           void (*body)(const void*, SizeType), const void* context) {
+                           LoopTime time, void (*body)(const void*, SizeType), const void* context) {
   struct Run {
     OperatorBase& self;
     const Steps steps;
@@ -94,27 +95,35 @@ inline void forEachSliceOf(OperatorBase& self, int threads, SizeType slices, Ste
     }
   } run{self, steps, body, context};
   runSlices(
-      threads, slices, schedule, [](void* erased, SizeType index) { static_cast<Run*>(erased)->slice(index); }, &run);
+      threads, slices, schedule, time, [](void* erased, SizeType index) { static_cast<Run*>(erased)->slice(index); },
+      &run);
   run.failure.rethrow();
 }
 
 /// The loop over slices of an operator: skips what is left after an abort, counts steps, and throws the failure of the
-/// lowest slice after all workers have ended. `body(index)` runs on any of the threads.
+/// lowest slice after all workers have ended. `body(index)` runs on any of the threads; a loop that takes too little
+/// time to pay for a team runs on the caller's.
 template <class Body>
 void forEachSlice(OperatorBase& self, int threads, SizeType slices, Steps steps, const Body& body,
-                  Schedule schedule = Schedule::fixed) {
+                  Schedule schedule = Schedule::fixed, LoopTime time = {}) {
   forEachSliceOf(
-      self, threads, slices, steps, schedule,
+      self, threads, slices, steps, schedule, time,
       [](const void* context, SizeType index) { (*static_cast<const Body*>(context))(index); }, std::addressof(body));
+}
+
+/// With slices shared out evenly.
+template <class Body>
+void forEachSlice(OperatorBase& self, int threads, SizeType slices, Steps steps, LoopTime time, const Body& body) {
+  forEachSlice(self, threads, slices, steps, body, Schedule::fixed, time);
 }
 
 /// As `forEachSlice`, in parts that are not slices of the view: they count as its `slices` steps all the same, in
 /// proportion.
 template <class Body>
 void forEachPartOf(OperatorBase& self, int threads, SizeType parts, SizeType slices, Steps steps, const Body& body,
-                   Schedule schedule) {
+                   Schedule schedule, LoopTime time = {}) {
   if (steps == Steps::silent || parts == slices) {
-    forEachSlice(self, threads, parts, steps, body, schedule);
+    forEachSlice(self, threads, parts, steps, body, schedule, time);
     return;
   }
   std::atomic<SizeType> partsDone{0};
@@ -126,7 +135,7 @@ void forEachPartOf(OperatorBase& self, int threads, SizeType parts, SizeType sli
       self.advance();
     }
   };
-  forEachSlice(self, threads, parts, Steps::silent, counting, schedule);
+  forEachSlice(self, threads, parts, Steps::silent, counting, schedule, time);
 }
 
 }  // namespace NORV::TaviOperators::Impl

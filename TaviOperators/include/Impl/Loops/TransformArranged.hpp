@@ -72,10 +72,11 @@ struct TransformRun {
   Steps steps;
   Schedule schedule;
   SizeType slices;
+  LoopTime time;
 
   template <class Body>
   void forEachPart(SizeType parts, const Body& body) const {
-    forEachPartOf(self, threads, parts, slices, steps, body, schedule);
+    forEachPartOf(self, threads, parts, slices, steps, body, schedule, time);
   }
 };
 
@@ -118,9 +119,9 @@ void transformTiles(const TransformRun& run, const Rule& rule, const View<Out>& 
       prepared);
   const SizeType rowsOfPart = isTransposed ? shape.rows : output.dimSec;
   const SizeType partsOfSlice = (output.dimSec + rowsOfPart - 1) / rowsOfPart;
-  PerThread<std::unique_ptr<std::byte[]>> buffers(run.threads, output.dimTert * partsOfSlice, [size = bytes] {
-    return std::make_unique_for_overwrite<std::byte[]>(size);
-  });
+  PerThread<std::unique_ptr<std::byte[]>> buffers(
+      run.threads, output.dimTert * partsOfSlice,
+      [size = bytes] { return std::make_unique_for_overwrite<std::byte[]>(size); }, run.time);
 
   constexpr SizeType leastBytes = 256;  // of a row, for it to be stored past the cache
   const bool streaming = isLarge && output.dimPrim * sizeof(Out) >= leastBytes;

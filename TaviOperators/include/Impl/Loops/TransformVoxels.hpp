@@ -27,8 +27,9 @@ void transformVoxels(OperatorBase& self, int threads, Steps steps, Schedule sche
     const bool isScattered = Tiles::accessOf(from) == Tiles::Access::strided && denseAxis(from) < 3;
     return KeptInput<T>(self, threads, from, isScattered || aliasingOf(from, to) > Aliasing::identical);
   };
-  transformArranged({self, threads, steps, schedule, output.dimTert}, rule, to,
-                    keep(arranged(inputs, order)).view()...);
+  constexpr double nanosecondsPerVoxel = 0.2;  // some rules take longer, most less
+  transformArranged({self, threads, steps, schedule, output.dimTert, LoopTime::of(output.size(), nanosecondsPerVoxel)},
+                    rule, to, keep(arranged(inputs, order)).view()...);
 }
 
 /// As above, with slices shared out evenly.
