@@ -109,7 +109,7 @@ uint32 grainAt(SizeType x, SizeType y, SizeType z) {
   addSelection<uint32>("balls", &ballAt);
   addSelection<uint32>("noise", &grainAt);
   addSelection<uint16>("noise", &grainAt);
-  addShuffling("balls", &ballAt, sceneVoxels() / 32768 + 1);
+  addShuffling("balls", &ballAt, 64 * (sceneVoxels() / 65536 / 32 + 1) + 1);
   addShuffling("noise", &grainAt, 5001);
   return true;
 }();
