@@ -34,7 +34,8 @@ public:
     View<const T> first = from;
     first.data += element.low[0] * from.stridePrim + element.low[1] * from.strideSec + element.low[2] * from.strideTert;
     const TileExtents box{element.extent(0), element.extent(1), element.extent(2)};
-    if (box[0] >= 2 && element.count <= largestSorted && Medians::canRun(to.dimPrim, box[0])) {
+    if (box[0] >= 2 && element.count >= smallestSorted && element.count <= largestSorted &&
+        Medians::canRun(to.dimPrim, box[0])) {
       const BoxMedianPlan plan(box);
       if (Medians::stepsPerVoxel(plan) < std::min(steps, thresholdSteps)) {
         runSorted(self, threads, plan, first, to, slices);
@@ -60,6 +61,7 @@ private:
 
   static constexpr SizeType width = 128, height = 16;  // of a tile of positions
   static constexpr SizeType longestThresholds = 128;   // voxels of a box; tiles are at most 256 wide with it
+  static constexpr SizeType smallestSorted = 28;       // voxels; fewer are ranked in registers
   static constexpr SizeType largestSorted = 512;       // voxels; the lists of more leave the cache
   static constexpr double nanosecondsPerStep = 0.3;
   /// For grey values that fill their range; fewer take less.
