@@ -164,13 +164,14 @@ TEST(NeighbourhoodViews, SelectionEqualsTheDenseRun) {
 
 TEST(NeighbourhoodViews, ReconstructionsEqualTheDenseRun) {
   const SetKeys height = [](IComposite& parameter) { parameter.setValue("inputHeight", valueOf(uint8{2})); };
+  const SetKeys depth = [](IComposite& parameter) { parameter.setValue("inputDepth", valueOf(uint8{2})); };
   const SetKeys binary = [](IComposite& parameter) {
     parameter.setValue("inputBinaryFalse", valueOf(uint8{0}));
     parameter.setValue("inputBinaryTrue", valueOf(uint8{1}));
   };
   for (const Extents& extents : {Extents{19, 9, 8}, Extents{1, 20, 9}}) {
     expectAnyView<uint8, uint8>("HMaximumTransform", {}, extents, fewValues<uint8>(997, 9), height, axisOrders());
-    expectAnyView<uint8, uint8>("HMinimumTransform", {}, extents, fewValues<uint8>(997, 9), height, axisOrders());
+    expectAnyView<uint8, uint8>("HMinimumTransform", {}, extents, fewValues<uint8>(997, 9), depth, axisOrders());
     expectAnyView<uint8, uint8>("Thinning", {}, extents, fewValues<uint8>(997, 2), binary, axisOrders());
     expectAnyView<uint8, uint16>("WatershedTransform", {}, extents, fewValues<uint8>(997, 9), nothing, axisOrders());
   }
