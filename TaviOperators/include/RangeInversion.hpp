@@ -12,8 +12,8 @@
 /// - Failures: InvalidParameterObjectException for a missing volume or an outputVolume of another voxel type;
 ///   std::overflow_error for a thread count beyond 2147483647.
 /// - Halo: whole volume.
-/// - Memory: two values per slice. None beyond the output, but a copy of an input that overlaps the output in another
-///   way than voxel by voxel.
+/// - Memory: two values per slice, and a copy of a floating-point input whose rows are not dense while the extremes are
+///   found. None beyond the output, but a copy of an input that overlaps the output in another way than voxel by voxel.
 /// - Threads: parallel over slices; the result does not depend on the number of threads. The search for the extremes is
 ///   half of the progress, the slices are the other half.
 /// - Cost: two passes at the speed of memory.

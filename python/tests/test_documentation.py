@@ -9,6 +9,7 @@ import shutil
 import subprocess
 import sys
 
+import numpy
 import pytest
 
 import tavi
@@ -50,6 +51,15 @@ def test_examples_of_the_page():
     page = pathlib.Path(os.environ["TAVI_SOURCE_DIR"]) / "docs" / "python.md"
     test = doctest.DocTestParser().get_doctest(page.read_text("utf-8").replace("```", "\n"), {}, "python.md", "", 0)
     assert run(test) > 10
+
+
+def test_the_example_of_the_readme(tmp_path, monkeypatch):
+    page = (pathlib.Path(os.environ["TAVI_SOURCE_DIR"]) / "README.md").read_text("utf-8")
+    example = page.split("```python\n")[1].split("```")[0]
+    monkeypatch.chdir(tmp_path)
+    tavi.write("scan.rek", numpy.arange(220 * 12 * 16, dtype="uint16").reshape(220, 12, 16))
+    exec(compile(example, "README.md", "exec"), {})
+    assert tavi.read("eroded.rek").shape == (180, 12, 16)
 
 
 def test_types_name_the_same_arguments():

@@ -64,7 +64,7 @@ TEST(TransformVoxels, TakesSeveralInputsOfDifferentTypesAndLayouts) {
   }
 }
 
-TEST(TransformVoxels, ARowOfTheRuleServesDenseRows) {
+TEST(TransformVoxels, ARowOfTheRuleServesRowsThatAreDenseInMemory) {
   const TestVolume<uint8> dense({5, 3, 4}), reversed({5, 3, 4}, {{1, 2, 4}});
   dense.fill({10});
   reversed.fill({10});
@@ -72,7 +72,7 @@ TEST(TransformVoxels, ARowOfTheRuleServesDenseRows) {
   Impl::transformVoxels(op, 1, Steps::silent, MarkedRow(), viewOf(*dense.volume()), inputViewOf(*dense.volume()));
   expectSameVoxels(dense.voxels(), std::vector<uint8>(60, 111));
   Impl::transformVoxels(op, 1, Steps::silent, MarkedRow(), viewOf(*reversed.volume()), inputViewOf(*reversed.volume()));
-  expectSameVoxels(reversed.voxels(), std::vector<uint8>(60, 11));
+  expectSameVoxels(reversed.voxels(), std::vector<uint8>(60, 111));
 }
 
 TEST(TransformVoxels, CountsSlicesWhereAsked) {
