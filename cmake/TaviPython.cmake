@@ -1,16 +1,18 @@
 # Looks for what the Python package is built with: an interpreter that has NumPy, its headers, and pybind11. The first
-# python3 on the path may be one without NumPy, so the system's is tried as well.
+# python3 on the path may be one without NumPy, so the system's is tried as well. Python_EXECUTABLE names another.
 set(PYBIND11_NOPYTHON ON)  # its headers are all that is needed
 find_package(pybind11 CONFIG QUIET)
 if(pybind11_FOUND AND NOT TAVI_SANITIZE)
-  find_package(Python 3.9 QUIET COMPONENTS Interpreter Development.Module NumPy)
-  if(NOT Python_FOUND AND EXISTS /usr/bin/python3)
-    foreach(entry Python_FOUND _Python_EXECUTABLE _Python_INCLUDE_DIR _Python_INTERPRETER_PROPERTIES)
-      unset(${entry} CACHE)
-    endforeach()
-    set(Python_EXECUTABLE /usr/bin/python3)
-    find_package(Python 3.9 QUIET COMPONENTS Interpreter Development.Module NumPy)
-  endif()
+  find_program(first_python python3 NO_CACHE)
+  foreach(candidate IN ITEMS ${Python_EXECUTABLE} ${first_python} /usr/bin/python3)
+    execute_process(COMMAND ${candidate} -c "import numpy" RESULT_VARIABLE status OUTPUT_QUIET ERROR_QUIET)
+    if(status EQUAL 0)
+      # Set in each run: what the first one has found, a second one would look for anew.
+      set(Python_EXECUTABLE ${candidate})
+      find_package(Python 3.9 QUIET COMPONENTS Interpreter Development.Module NumPy)
+      break()
+    endif()
+  endforeach()
 endif()
 set(has_python OFF)
 if(PROJECT_IS_TOP_LEVEL AND Python_FOUND AND pybind11_FOUND)
